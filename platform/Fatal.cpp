@@ -1,0 +1,9 @@
+#include "platform/Fatal.h"
+
+#include <cstdlib>
+
+namespace orrery {
+
+void stopProgram() { std::abort(); }
+
+} // namespace orrery

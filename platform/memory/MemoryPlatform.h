@@ -1,0 +1,279 @@
+#pragma once
+// The in-memory platform: a simulator of the scene view, the AR session and its
+// room, the user-interface services and the main queue, recording every call.
+//
+// Nothing runs by itself: the owner advances the simulated clock with
+// MemoryPlatform::runFrame, which reports new anchors, drains the main queue
+// and advances actions, in that order.
+
+#include "platform/Platform.h"
+#include "platform/memory/CallLog.h"
+#include "platform/memory/MemoryScene.h"
+
+#include <deque>
+#include <map>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace orrery::memory {
+
+class MemoryARSCNView;
+
+/// The simulated device camera: a pose and a pinhole projection onto the view.
+struct SimulatedCamera {
+    SCNVector3 position{0, 0, 0};
+    float yaw = 0;    ///< radians; positive turns left (counter-clockwise seen from above)
+    float pitch = 0;  ///< radians; positive tilts up
+    CGSize viewport{390, 844};               ///< the view in points (portrait phone)
+    double verticalFieldOfView = 1.0471975511965976;  ///< radians (60 degrees)
+
+    /// Orientation matrix: yaw about y, then pitch about x.
+    simd_float4x4 transform() const;
+    /// World-space ray through a view point: origin and unit direction.
+    void rayThrough(CGPoint point, SCNVector3& origin, SCNVector3& direction) const;
+    /// The view point where a world position projects, or nothing when it lies behind the camera.
+    std::optional<CGPoint> project(SCNVector3 world) const;
+    /// Whether a view point lies inside the viewport.
+    bool onScreen(CGPoint point) const;
+};
+
+/// A horizontal rectangle of the simulated room on which feature points are detected.
+struct RoomSurface {
+    std::string name;
+    float height = 0;           ///< y of the surface
+    float minX = 0, maxX = 0;   ///< extent in x
+    float minZ = 0, maxZ = 0;   ///< extent in z
+};
+
+/// The room the session tracks: a floor 1.4 m below the starting device and some furniture tops.
+struct SimulatedRoom {
+    std::vector<RoomSurface> surfaces;
+    static SimulatedRoom standard();
+    /// World positions where a ray meets the surfaces, nearest first.
+    std::vector<SCNVector3> intersect(SCNVector3 origin, SCNVector3 direction) const;
+};
+
+enum class SessionState { notStarted, running, paused };
+
+class MemoryARSession final : public ARSession {
+public:
+    MemoryARSession(std::shared_ptr<CallLog> log, MemoryARSCNView& view);
+    void runWithConfigurationOptions(const ARWorldTrackingConfiguration& configuration, unsigned options) override;
+    void pause() override;
+    std::shared_ptr<const ARFrame> currentFrame() const override;
+    void addAnchor(const std::shared_ptr<ARAnchor>& anchor) override;
+
+    SessionState state = SessionState::notStarted;
+    std::optional<ARWorldTrackingConfiguration> configuration;
+    unsigned lastRunOptions = 0;
+    /// Every anchor in the order it was added.
+    std::vector<std::shared_ptr<ARAnchor>> anchors;
+    /// Anchors whose node has not been reported yet.
+    std::deque<std::shared_ptr<ARAnchor>> pendingAnchors;
+    std::shared_ptr<const ARFrame> latestFrame;
+
+private:
+    std::shared_ptr<CallLog> log_;
+    MemoryARSCNView& view_;
+};
+
+/// Settings and simulated input of a recogniser.
+struct RecognizerRecord {
+    std::string type;               ///< "UIPinchGestureRecognizer"...
+    UIViewController* target = nullptr;
+    Selector action;
+    UIGestureRecognizerDelegate* delegate = nullptr;
+    std::optional<double> minimumPressDuration;
+    std::optional<unsigned long> numberOfTapsRequired;
+    std::optional<unsigned long> numberOfTouchesRequired;
+
+    UIGestureRecognizerState state = UIGestureRecognizerState::possible;
+    CGPoint location;
+    double scale = 1.0;
+    double rotation = 0.0;
+    CGPoint translation;
+};
+
+/// The simulator's view of any recogniser: its record and its action.
+class MemoryRecognizerBase {
+public:
+    virtual ~MemoryRecognizerBase() = default;
+    RecognizerRecord record;
+    /// Calls the action on the target with the recogniser as argument.
+    virtual void sendAction() = 0;
+};
+
+/// Operations common to every recogniser type.
+template <class Base>
+class MemoryRecognizer : public Base, public MemoryRecognizerBase {
+public:
+    MemoryRecognizer(std::shared_ptr<CallLog> log, RecognizerRecord initial) : log_(std::move(log)) {
+        record = std::move(initial);
+    }
+    UIGestureRecognizerState state() const override;
+    CGPoint locationInView(const ARSCNView& view) const override;
+    void setDelegate(UIGestureRecognizerDelegate* delegate) override;
+    void sendAction() override { record.action.method(*this); }
+
+protected:
+    void note(const char* op, nlohmann::json args = nlohmann::json::array()) const;
+    std::shared_ptr<CallLog> log_;
+};
+
+class MemoryPinchRecognizer final : public MemoryRecognizer<UIPinchGestureRecognizer> {
+public:
+    using MemoryRecognizer::MemoryRecognizer;
+    double scale() const override;
+};
+
+class MemoryRotationRecognizer final : public MemoryRecognizer<UIRotationGestureRecognizer> {
+public:
+    using MemoryRecognizer::MemoryRecognizer;
+    double rotation() const override;
+};
+
+class MemoryPanRecognizer final : public MemoryRecognizer<UIPanGestureRecognizer> {
+public:
+    using MemoryRecognizer::MemoryRecognizer;
+    CGPoint translationInView(const ARSCNView& view) const override;
+};
+
+class MemoryLongPressRecognizer final : public MemoryRecognizer<UILongPressGestureRecognizer> {
+public:
+    using MemoryRecognizer::MemoryRecognizer;
+    void setMinimumPressDuration(double seconds) override;
+};
+
+class MemoryTapRecognizer final : public MemoryRecognizer<UITapGestureRecognizer> {
+public:
+    using MemoryRecognizer::MemoryRecognizer;
+    void setNumberOfTapsRequired(unsigned long taps) override;
+    void setNumberOfTouchesRequired(unsigned long touches) override;
+};
+
+class MemoryTouch final : public UITouch {
+public:
+    MemoryTouch(std::shared_ptr<CallLog> log, CGPoint point) : point(point), log_(std::move(log)) {}
+    CGPoint locationInView(const ARSCNView& view) const override;
+    CGPoint point;
+
+private:
+    std::shared_ptr<CallLog> log_;
+};
+
+class MemoryEvent final : public UIEvent {};
+
+/// One browser request.
+struct OpenURLRequest {
+    NSURL url;
+    UIApplicationOpenURLOptions options;
+    std::function<void(bool)> completionHandler;
+};
+
+class MemoryApplication final : public UIApplication {
+public:
+    explicit MemoryApplication(std::shared_ptr<CallLog> log) : log_(std::move(log)) {}
+    void openURLOptionsCompletionHandler(const NSURL& url, const UIApplicationOpenURLOptions& options,
+                                         std::function<void(bool)> completionHandler) override;
+    std::vector<OpenURLRequest> openedURLs;
+
+private:
+    std::shared_ptr<CallLog> log_;
+};
+
+class MemoryARSCNView final : public ARSCNView {
+public:
+    MemoryARSCNView(std::shared_ptr<CallLog> log);
+
+    std::shared_ptr<SCNScene> scene() const override;
+    void setScene(const std::shared_ptr<SCNScene>& scene) override;
+    void setDelegate(ARSCNViewDelegate* delegate) override;
+    void setShowsStatistics(bool shows) override;
+    void setAntialiasingMode(SCNAntialiasingMode mode) override;
+    ARSession& session() override;
+    std::vector<SCNHitTestResult> hitTestOptions(CGPoint point, const SCNHitTestOptions& options) override;
+    std::vector<ARHitTestResult> hitTestTypes(CGPoint point, std::uint64_t types) override;
+    void addGestureRecognizer(const std::shared_ptr<UIGestureRecognizer>& recognizer) override;
+
+    // Simulator state (not recorded)
+    std::shared_ptr<MemoryScene> currentScene;
+    ARSCNViewDelegate* delegate = nullptr;
+    std::optional<bool> showsStatistics;
+    std::optional<SCNAntialiasingMode> antialiasingMode;
+    std::vector<std::shared_ptr<UIGestureRecognizer>> gestureRecognizers;
+    SimulatedCamera camera;
+    SimulatedRoom room = SimulatedRoom::standard();
+    MemoryARSession arSession;
+
+    /// The next scene hit test returns these nodes (nearest first) instead of a geometric answer.
+    void prepareSceneHits(std::vector<std::shared_ptr<SCNNode>> nodes) { preparedSceneHits_ = std::move(nodes); }
+    /// The next feature-point hit test returns these world transforms instead of the room's answer.
+    void prepareFeatureHits(std::vector<simd_float4x4> transforms) { preparedFeatureHits_ = std::move(transforms); }
+
+    /// Geometric scene hit test: geometry-carrying nodes under the scene root whose world-space
+    /// bounds the camera ray meets, nearest entry first (a camera inside a box hits it where the ray leaves).
+    std::vector<SCNHitTestResult> geometricHitTest(CGPoint point) const;
+    /// Feature points of the room under the point, nearest first.
+    std::vector<ARHitTestResult> geometricFeatureHitTest(CGPoint point) const;
+
+private:
+    std::shared_ptr<CallLog> log_;
+    std::optional<std::vector<std::shared_ptr<SCNNode>>> preparedSceneHits_;
+    std::optional<std::vector<simd_float4x4>> preparedFeatureHits_;
+};
+
+/// Model scenes by resource path, for tests that need no files.
+using SceneFactory = std::function<std::shared_ptr<MemoryScene>()>;
+
+class MemoryPlatform final : public Platform {
+public:
+    /// `assetParent` is the folder that holds "art.scnassets"; by default the repository's.
+    explicit MemoryPlatform(std::filesystem::path assetParent = defaultAssetParent());
+
+    static std::filesystem::path defaultAssetParent();
+
+    // Platform
+    std::shared_ptr<SCNScene> newScene() override;
+    std::shared_ptr<SCNScene> sceneNamed(const std::string& path) override;
+    std::shared_ptr<SCNNode> nodeWithGeometry(const std::shared_ptr<SCNGeometry>& geometry) override;
+    std::shared_ptr<SCNText> textWithStringExtrusionDepth(const std::string& string, double extrusionDepth) override;
+    std::optional<UIFont> fontWithNameSize(const std::string& name, double size) override;
+    std::shared_ptr<UIPinchGestureRecognizer> newPinchGestureRecognizer(UIViewController* target, Selector action) override;
+    std::shared_ptr<UIRotationGestureRecognizer> newRotationGestureRecognizer(UIViewController* target, Selector action) override;
+    std::shared_ptr<UIPanGestureRecognizer> newPanGestureRecognizer(UIViewController* target, Selector action) override;
+    std::shared_ptr<UILongPressGestureRecognizer> newLongPressGestureRecognizer(UIViewController* target, Selector action) override;
+    std::shared_ptr<UITapGestureRecognizer> newTapGestureRecognizer(UIViewController* target, Selector action) override;
+    UIApplication& sharedApplication() override;
+    std::optional<NSURL> URLWithString(const std::string& text) override;
+    int UIApplicationMain(int argc, char** argv, const std::optional<std::string>& principalClassName,
+                          const std::optional<std::string>& delegateClassName) override;
+    void mainQueueAsync(std::function<void()> block) override;
+
+    // Simulator
+    std::shared_ptr<CallLog> log = std::make_shared<CallLog>();
+    std::shared_ptr<MemoryARSCNView> view = std::make_shared<MemoryARSCNView>(log);
+    MemoryApplication application{log};
+    std::filesystem::path assetParent;
+    /// Scenes served by path before the asset folder is consulted.
+    std::map<std::string, SceneFactory> preparedScenes;
+    /// Font names that fontWithNameSize finds.
+    std::set<std::string> availableFonts{"Optima", "Helvetica", "Courier"};
+    std::deque<std::function<void()>> mainQueue;
+    double time = 0;  ///< simulated seconds since start
+
+    /// Runs every queued main-queue block in order, including blocks queued while draining.
+    void drainMainQueue();
+    /// One frame of `seconds`: if the session runs, a new camera frame and the report of new anchors
+    /// (an empty node attached under the scene root, then the delegate's renderer callback);
+    /// then the main queue is drained; then actions advance and the clock moves on.
+    void runFrame(double seconds = 1.0 / 60.0);
+    /// Frames of 1/60 s covering `seconds`.
+    void advance(double seconds);
+};
+
+} // namespace orrery::memory

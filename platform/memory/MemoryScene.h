@@ -1,0 +1,186 @@
+#pragma once
+// In-memory scene graph: nodes with transforms, keyed actions on a simulated
+// clock, mesh and text geometry with materials, and scenes.
+
+#include "platform/SceneKit.h"
+#include "platform/memory/CallLog.h"
+
+#include <nlohmann/json.hpp>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace orrery::memory {
+
+/// What a material property shows: nothing, a colour or an image file.
+using MaterialContents = std::variant<std::monostate, UIColor, std::string>;
+
+class MemoryMaterialProperty final : public SCNMaterialProperty {
+public:
+    MemoryMaterialProperty(std::shared_ptr<CallLog> log, std::string propertyName);
+    void setContents(const UIColor& colour) override;
+    /// Sets an image path without logging (used by model loading).
+    void setImageContents(std::string path) { contents = std::move(path); }
+
+    MaterialContents contents;
+    std::string propertyName;  ///< "diffuse", "specular"
+
+private:
+    std::shared_ptr<CallLog> log_;
+};
+
+class MemoryMaterial final : public SCNMaterial {
+public:
+    explicit MemoryMaterial(std::shared_ptr<CallLog> log = nullptr);
+    std::shared_ptr<SCNMaterialProperty> diffuse() override;
+    std::shared_ptr<SCNMaterialProperty> specular() override;
+
+    std::optional<std::string> name;
+    std::shared_ptr<MemoryMaterialProperty> diffuseProperty, specularProperty;
+
+private:
+    std::shared_ptr<CallLog> log_;
+};
+
+/// Triangle mesh geometry as loaded from a model file.
+class MemoryMeshGeometry final : public SCNGeometry {
+public:
+    explicit MemoryMeshGeometry(std::shared_ptr<CallLog> log = nullptr) : log_(std::move(log)) {}
+    SCNBoundingBox boundingBox() const override { return bounds; }
+    std::shared_ptr<SCNMaterial> firstMaterial() override;
+
+    std::vector<SCNVector3> positions;
+    std::vector<SCNVector3> normals;
+    std::vector<std::array<float, 2>> textureCoordinates;
+    std::vector<std::uint32_t> indices;  ///< triangles, three per face
+    SCNBoundingBox bounds;
+    std::vector<std::shared_ptr<MemoryMaterial>> materials;
+
+    /// Recomputes `bounds` from `positions`.
+    void computeBounds();
+
+private:
+    std::shared_ptr<CallLog> log_;
+};
+
+/// Three-dimensional text: keeps string, depth, font and one material.
+/// Its bounds approximate the laid-out lines (0.6 em per character, 1 em per line).
+class MemoryTextGeometry final : public SCNText {
+public:
+    MemoryTextGeometry(std::shared_ptr<CallLog> log, std::string string, double extrusionDepth);
+    SCNBoundingBox boundingBox() const override;
+    std::shared_ptr<SCNMaterial> firstMaterial() override;
+    void setFont(const std::optional<UIFont>& font) override;
+
+    std::string string;
+    double extrusionDepth;
+    std::optional<UIFont> font;
+    std::shared_ptr<MemoryMaterial> material;
+
+private:
+    std::shared_ptr<CallLog> log_;
+};
+
+/// An action running on a node, with the simulated time it has run.
+struct RunningAction {
+    std::optional<std::string> key;
+    std::shared_ptr<const SCNAction> action;
+    double elapsed = 0;
+};
+
+class MemoryNode final : public SCNNode, public std::enable_shared_from_this<MemoryNode> {
+public:
+    /// A new empty node; calls on it are recorded in `log` (none when null).
+    static std::shared_ptr<MemoryNode> make(std::shared_ptr<CallLog> log = nullptr);
+
+    // SCNNode (recorded)
+    std::optional<std::string> name() const override;
+    void setName(const std::optional<std::string>& name) override;
+    SCNVector3 position() const override;
+    void setPosition(SCNVector3 position) override;
+    SCNVector3 scale() const override;
+    void setScale(SCNVector3 scale) override;
+    SCNVector4 rotation() const override;
+    void setRotation(SCNVector4 rotation) override;
+    std::shared_ptr<SCNNode> parentNode() const override;
+    std::vector<std::shared_ptr<SCNNode>> childNodes() const override;
+    void addChildNode(const std::shared_ptr<SCNNode>& child) override;
+    void removeFromParentNode() override;
+    std::shared_ptr<SCNNode> clone() override;
+    std::shared_ptr<SCNGeometry> geometry() const override;
+    void runActionForKey(std::shared_ptr<const SCNAction> action, const std::optional<std::string>& key) override;
+    void removeAllActions() override;
+
+    // Direct state access for the simulator, loaders and tests (not recorded).
+    std::optional<std::string> nodeName;
+    SCNVector3 nodePosition{0, 0, 0};
+    SCNVector3 nodeScale{1, 1, 1};
+    SCNVector4 nodeRotation{0, 0, 0, 0};
+    std::shared_ptr<SCNGeometry> nodeGeometry;
+
+    std::shared_ptr<MemoryNode> parent() const { return parent_.lock(); }
+    const std::vector<std::shared_ptr<MemoryNode>>& children() const { return children_; }
+    const std::vector<RunningAction>& actions() const { return actions_; }
+    /// Attaches `child` without recording (model loading).
+    void appendChild(const std::shared_ptr<MemoryNode>& child);
+    /// Sets the log of this node and its subtree.
+    void adoptLog(const std::shared_ptr<CallLog>& log);
+    const std::shared_ptr<CallLog>& log() const { return log_; }
+
+    /// The node's local transform: translation * rotation * scale.
+    simd_float4x4 localTransform() const;
+    /// The transform from this node's space to the space of its topmost ancestor.
+    simd_float4x4 worldTransform() const;
+    /// Sets position, rotation and scale from a rigid-plus-scale matrix (no shear).
+    void setTransformMatrix(const simd_float4x4& matrix);
+
+    /// Advances every running action by `seconds` of simulated time; finished ones are dropped.
+    void advanceActions(double seconds);
+    /// Runs advanceActions on this node and every descendant.
+    void advanceSubtree(double seconds);
+
+    /// First node named `name` in this subtree, depth-first, this node first.
+    std::shared_ptr<MemoryNode> findNamed(const std::string& name);
+
+private:
+    MemoryNode() = default;
+    void record(const char* op, nlohmann::json args = nlohmann::json::array()) const;
+    /// Applies the part of `action` that falls between `from` and `to` seconds of its run.
+    void applyProgress(const SCNAction& action, double from, double to);
+    void applyInstant(const SCNAction& action, double fraction);
+
+    std::weak_ptr<MemoryNode> parent_;
+    std::vector<std::shared_ptr<MemoryNode>> children_;
+    std::vector<RunningAction> actions_;
+    std::shared_ptr<CallLog> log_;
+};
+
+class MemoryScene final : public SCNScene {
+public:
+    explicit MemoryScene(std::shared_ptr<CallLog> log = nullptr);
+    /// A scene around an existing root node (model loading).
+    MemoryScene(std::shared_ptr<CallLog> log, std::shared_ptr<MemoryNode> root);
+    std::shared_ptr<SCNNode> rootNode() const override;
+    const std::shared_ptr<MemoryNode>& root() const { return root_; }
+
+private:
+    std::shared_ptr<CallLog> log_;
+    std::shared_ptr<MemoryNode> root_;
+};
+
+/// The MemoryNode behind an interface pointer (every node here is one).
+std::shared_ptr<MemoryNode> asMemory(const std::shared_ptr<SCNNode>& node);
+
+/// Action as JSON: {"type":"rotateBy","x":..,"y":..,"z":..,"duration":..} and so on.
+nlohmann::json actionToJson(const SCNAction& action);
+/// A node as an argument or receiver: its name, or null.
+nlohmann::json nodeRef(const SCNNode* node);
+nlohmann::json toJson(SCNVector3 v);
+nlohmann::json toJson(SCNVector4 v);
+nlohmann::json toJson(const simd_float4x4& m);  ///< 16 numbers, column-major
+nlohmann::json toJson(const UIColor& c);
+
+} // namespace orrery::memory
