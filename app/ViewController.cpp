@@ -1,0 +1,15 @@
+#include "app/ViewController.h"
+
+#include "content/ControllerFields.h"
+#include "platform/Fatal.h"
+
+namespace orrery {
+
+ViewController::ViewController(Platform& platform) : platform_(platform) {}
+
+std::shared_ptr<SCNNode>& ViewController::modelFor(BodyIndex body) {
+    if (body >= bodyCount) stopProgram();
+    return bodyModelField(*this, bodyRowOf(body));
+}
+
+} // namespace orrery
