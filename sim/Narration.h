@@ -1,0 +1,19 @@
+#pragma once
+// Readable accounts of a dump and of a call log, for the narrated demo.
+
+#include "platform/memory/CallLog.h"
+#include "sim/StateDump.h"
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace orrery::sim {
+
+/// A few indented lines describing a state dump. `bodyName` names a selectedBody value.
+std::string describeState(const Json& state, const std::function<std::string(int)>& bodyName);
+
+/// One indented line counting the calls by operation, in order of first appearance.
+std::string describeCalls(const std::vector<memory::PlatformCall>& calls);
+
+} // namespace orrery::sim

@@ -1,0 +1,203 @@
+#include "sim/Simulator.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <limits>
+
+namespace orrery::sim {
+
+using memory::MemoryNode;
+
+namespace {
+
+SCNVector3 transformPoint(const simd_float4x4& m, SCNVector3 p) {
+    const auto& c = m.columns;
+    return {c[0][0] * p.x + c[1][0] * p.y + c[2][0] * p.z + c[3][0],
+            c[0][1] * p.x + c[1][1] * p.y + c[2][1] * p.z + c[3][1],
+            c[0][2] * p.x + c[1][2] * p.y + c[2][2] * p.z + c[3][2]};
+}
+
+struct Box {
+    bool empty = true;
+    SCNVector3 min, max;
+    void add(SCNVector3 p) {
+        if (empty) {
+            min = max = p;
+            empty = false;
+            return;
+        }
+        min = {std::min(min.x, p.x), std::min(min.y, p.y), std::min(min.z, p.z)};
+        max = {std::max(max.x, p.x), std::max(max.y, p.y), std::max(max.z, p.z)};
+    }
+};
+
+SCNBoundingBox geometryBounds(const SCNGeometry& geometry) {
+    // Mesh bounds are read directly so that resolving a point leaves no call in the log.
+    if (const auto* mesh = dynamic_cast<const memory::MemoryMeshGeometry*>(&geometry)) return mesh->bounds;
+    return geometry.boundingBox();
+}
+
+/// Bounds of `node`'s subtree geometry in the space that `toReference` maps the node into.
+void addSubtreeBounds(const MemoryNode& node, const simd_float4x4& toReference, Box& box) {
+    if (node.nodeGeometry) {
+        SCNBoundingBox b = geometryBounds(*node.nodeGeometry);
+        for (int corner = 0; corner < 8; ++corner)
+            box.add(transformPoint(toReference, {corner & 1 ? b.max.x : b.min.x, corner & 2 ? b.max.y : b.min.y,
+                                                 corner & 4 ? b.max.z : b.min.z}));
+    }
+    for (const auto& child : node.children()) addSubtreeBounds(*child, simd_mul(toReference, child->localTransform()), box);
+}
+
+std::shared_ptr<MemoryNode> firstWithGeometry(const std::shared_ptr<MemoryNode>& node) {
+    if (node->nodeGeometry) return node;
+    for (const auto& child : node->children())
+        if (auto found = firstWithGeometry(child)) return found;
+    return nullptr;
+}
+
+std::string formatPoint(CGPoint p) {
+    char buf[96];
+    std::snprintf(buf, sizeof buf, "(%.1f, %.1f)", p.x, p.y);
+    return buf;
+}
+
+} // namespace
+
+Simulator::Simulator(const std::filesystem::path& assetParent) : platform_(assetParent), controller_(platform_) {}
+
+void Simulator::start() {
+    resetProcessState();
+    controller_.sceneView = platform_.view;
+    controller_.viewDidLoad();
+    controller_.viewWillAppear(false);
+    platform_.runFrame();
+}
+
+std::shared_ptr<MemoryNode> Simulator::findNode(const std::string& name, bool includeDetached) {
+    const auto& scene = platform_.view->currentScene;
+    if (scene && scene->root())
+        if (auto found = scene->root()->findNamed(name)) return found;
+    if (!includeDetached) return nullptr;
+    // Models that a long press took out of the scene are still held by the controller.
+    std::vector<std::shared_ptr<SCNNode>> models{controller_.nodeStarsModel};
+    for (int i = 0; i < 16; ++i) models.push_back(controller_.modelFor(static_cast<BodyIndex>(i)));
+    for (const auto& model : models)
+        if (model)
+            if (auto found = memory::asMemory(model)->findNamed(name)) return found;
+    return nullptr;
+}
+
+std::shared_ptr<SCNNode> Simulator::resolveTarget(const TargetArg& target, std::size_t line) {
+    auto node = findNode(target.nodeName, true);
+    if (!node) throw ScenarioError(line, "no node named '" + target.nodeName + "'");
+    if (!target.mesh) return node;
+    auto mesh = firstWithGeometry(node);
+    if (!mesh) throw ScenarioError(line, "node '" + target.nodeName + "' has no geometry-carrying node in its subtree");
+    return mesh;
+}
+
+CGPoint Simulator::resolvePoint(const PointArg& point, std::size_t line) {
+    if (point.literal) return *point.literal;
+    auto node = findNode(point.nodeName, false);
+    if (!node) throw ScenarioError(line, "no node named '" + point.nodeName + "' is in the scene");
+    Box box;
+    addSubtreeBounds(*node, matrix_identity_float4x4(), box);
+    SCNVector3 centre = box.empty ? SCNVector3{} : SCNVector3{(box.min.x + box.max.x) / 2, (box.min.y + box.max.y) / 2,
+                                                              (box.min.z + box.max.z) / 2};
+    SCNVector3 world = transformPoint(node->worldTransform(), centre);
+    const auto& camera = platform_.view->camera;
+    auto screen = camera.project(world);
+    if (!screen) throw ScenarioError(line, "node '" + point.nodeName + "' is off screen (behind the camera)");
+    if (!camera.onScreen(*screen))
+        throw ScenarioError(line, "node '" + point.nodeName + "' is off screen (its centre projects to " +
+                                      formatPoint(*screen) + ")");
+    return *screen;
+}
+
+memory::MemoryRecognizerBase& Simulator::recognizer(const char* type, std::size_t line) {
+    for (const auto& r : platform_.view->gestureRecognizers)
+        if (auto* memoryRecognizer = dynamic_cast<memory::MemoryRecognizerBase*>(r.get()))
+            if (memoryRecognizer->record.type == type) return *memoryRecognizer;
+    throw ScenarioError(line, std::string("no ") + type + " is attached to the view");
+}
+
+void Simulator::gesture(const char* type, const Command& command, double value, double value2) {
+    auto& r = recognizer(type, command.line);
+    CGPoint at = resolvePoint(*command.point, command.line);
+    auto& record = r.record;
+    record.state = command.state.value_or(UIGestureRecognizerState::ended);
+    record.location = at;
+    switch (command.verb) {
+    case Verb::pinch: record.scale = value; break;
+    case Verb::rotate: record.rotation = value; break;
+    case Verb::pan: record.translation = CGPoint{value, value2}; break;
+    default: break;
+    }
+    r.sendAction();
+}
+
+Output Simulator::run(const Command& command) {
+    Output out;
+    auto& view = *platform_.view;
+    switch (command.verb) {
+    case Verb::appear: controller_.viewWillAppear(false); break;
+    case Verb::disappear: controller_.viewWillDisappear(false); break;
+    case Verb::memorywarning: controller_.didReceiveMemoryWarning(); break;
+    case Verb::camera:
+        view.camera.position = {static_cast<float>(command.numbers[0]), static_cast<float>(command.numbers[1]),
+                                static_cast<float>(command.numbers[2])};
+        view.camera.yaw = static_cast<float>(command.numbers[3]);
+        view.camera.pitch = static_cast<float>(command.numbers[4]);
+        break;
+    case Verb::frame:
+        for (unsigned long i = 0; i < command.frames; ++i) platform_.runFrame();
+        break;
+    case Verb::advance: platform_.advance(command.numbers[0]); break;
+    case Verb::hits: {
+        std::vector<std::shared_ptr<SCNNode>> nodes;
+        for (const auto& target : command.targets) nodes.push_back(resolveTarget(target, command.line));
+        view.prepareSceneHits(std::move(nodes));
+        break;
+    }
+    case Verb::features: {
+        std::vector<simd_float4x4> transforms;
+        for (const auto& p : command.featurePoints) transforms.push_back(makeTranslation(p));
+        view.prepareFeatureHits(std::move(transforms));
+        break;
+    }
+    case Verb::touch: {
+        CGPoint at = resolvePoint(*command.point, command.line);
+        memory::MemoryEvent event;
+        controller_.touchesEndedWithEvent({std::make_shared<memory::MemoryTouch>(platform_.log, at)}, &event);
+        break;
+    }
+    case Verb::press: controller_.pressButton(command.name); break;
+    case Verb::pinch: gesture("UIPinchGestureRecognizer", command, command.numbers[0]); break;
+    case Verb::rotate: gesture("UIRotationGestureRecognizer", command, command.numbers[0]); break;
+    case Verb::pan: gesture("UIPanGestureRecognizer", command, command.numbers[0], command.numbers[1]); break;
+    case Verb::longpress: gesture("UILongPressGestureRecognizer", command); break;
+    case Verb::doubletap: gesture("UITapGestureRecognizer", command); break;
+    case Verb::dump:
+        out.kind = Output::Kind::dump;
+        out.state = state();
+        break;
+    case Verb::calls:
+        out.kind = Output::Kind::calls;
+        out.calls = platform_.log->takeNew();
+        break;
+    }
+    return out;
+}
+
+Json Simulator::state() {
+    return stateJson(platform_, AppFlags{static_cast<int>(selectedBody), gestureHandled, isTextShown});
+}
+
+std::string Simulator::bodyName(int index) {
+    if (index < 0 || index > 15) return {};
+    const auto& model = controller_.modelFor(static_cast<BodyIndex>(index));
+    return model ? memory::asMemory(model)->nodeName.value_or("") : std::string{};
+}
+
+} // namespace orrery::sim

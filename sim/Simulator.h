@@ -1,0 +1,53 @@
+#pragma once
+// The app running against the in-memory platform, driven one scenario command at a time.
+
+#include "app/ViewController.h"
+#include "platform/memory/MemoryPlatform.h"
+#include "sim/Scenario.h"
+#include "sim/StateDump.h"
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace orrery::sim {
+
+/// What a command printed (dump and calls only).
+struct Output {
+    enum class Kind { none, dump, calls } kind = Kind::none;
+    Json state;                                 ///< dump
+    std::vector<memory::PlatformCall> calls;    ///< calls
+};
+
+class Simulator {
+public:
+    /// `assetParent` is the folder holding "art.scnassets".
+    explicit Simulator(const std::filesystem::path& assetParent);
+
+    /// What the platform does before a person can touch: load, appear, one frame.
+    void start();
+
+    /// Runs one command. Node names are resolved first; a name that does not resolve throws
+    /// ScenarioError and nothing of the command runs.
+    Output run(const Command& command);
+
+    Json state();
+    memory::MemoryPlatform& platform() { return platform_; }
+    ViewController& controller() { return controller_; }
+
+    /// The name of the body with this index, read from the controller's model (empty if none).
+    std::string bodyName(int index);
+
+private:
+    std::shared_ptr<memory::MemoryNode> findNode(const std::string& name, bool includeDetached);
+    std::shared_ptr<SCNNode> resolveTarget(const TargetArg& target, std::size_t line);
+    CGPoint resolvePoint(const PointArg& point, std::size_t line);
+    memory::MemoryRecognizerBase& recognizer(const char* type, std::size_t line);
+    void gesture(const char* type, const Command& command, double value = 0, double value2 = 0);
+
+    memory::MemoryPlatform platform_;
+    ViewController controller_;
+};
+
+} // namespace orrery::sim
