@@ -181,6 +181,8 @@ public:
     void openURLOptionsCompletionHandler(const NSURL& url, const UIApplicationOpenURLOptions& options,
                                          std::function<void(bool)> completionHandler) override;
     std::vector<OpenURLRequest> openedURLs;
+    /// Where completion handlers go (the platform's main queue); they run with `true`.
+    std::function<void(std::function<void()>)> enqueueOnMain;
 
 private:
     std::shared_ptr<CallLog> log_;
@@ -209,6 +211,11 @@ public:
     SimulatedCamera camera;
     SimulatedRoom room = SimulatedRoom::standard();
     MemoryARSession arSession;
+    /// The node made for each reported anchor, in report order.
+    std::vector<std::pair<std::shared_ptr<ARAnchor>, std::shared_ptr<MemoryNode>>> anchorNodes;
+
+    /// Makes the node of every pending anchor, attaches it under the scene root and tells the delegate.
+    void reportPendingAnchors();
 
     /// The next scene hit test returns these nodes (nearest first) instead of a geometric answer.
     void prepareSceneHits(std::vector<std::shared_ptr<SCNNode>> nodes) { preparedSceneHits_ = std::move(nodes); }

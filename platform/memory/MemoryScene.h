@@ -126,6 +126,8 @@ public:
     const std::vector<RunningAction>& actions() const { return actions_; }
     /// Attaches `child` without recording (model loading).
     void appendChild(const std::shared_ptr<MemoryNode>& child);
+    /// Takes the node out of its parent without recording.
+    void detach();
     /// Sets the log of this node and its subtree.
     void adoptLog(const std::shared_ptr<CallLog>& log);
     const std::shared_ptr<CallLog>& log() const { return log_; }
@@ -150,7 +152,9 @@ private:
     void record(const char* op, nlohmann::json args = nlohmann::json::array()) const;
     /// Applies the part of `action` that falls between `from` and `to` seconds of its run.
     void applyProgress(const SCNAction& action, double from, double to);
-    void applyInstant(const SCNAction& action, double fraction);
+    /// Applies a rotate-, scale- or move-by between two points of its runs: `fromRuns` and
+    /// `toRuns` count completed runs (2.5 is half-way through the third run).
+    void applySpan(const SCNAction& leaf, double fromRuns, double toRuns);
 
     std::weak_ptr<MemoryNode> parent_;
     std::vector<std::shared_ptr<MemoryNode>> children_;
@@ -165,6 +169,8 @@ public:
     MemoryScene(std::shared_ptr<CallLog> log, std::shared_ptr<MemoryNode> root);
     std::shared_ptr<SCNNode> rootNode() const override;
     const std::shared_ptr<MemoryNode>& root() const { return root_; }
+    /// Sets the log of the scene and of every node under its root.
+    void adoptLog(const std::shared_ptr<CallLog>& log);
 
 private:
     std::shared_ptr<CallLog> log_;

@@ -1,0 +1,531 @@
+#include "platform/memory/MemoryPlatform.h"
+
+#include "platform/memory/ColladaLoader.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+#include <string_view>
+#include <utility>
+
+namespace orrery::memory {
+
+namespace {
+
+using Json = nlohmann::json;
+
+struct Vec {
+    double x = 0, y = 0, z = 0;
+};
+
+Vec toVec(SCNVector3 v) { return {static_cast<double>(v.x), static_cast<double>(v.y), static_cast<double>(v.z)}; }
+
+SCNVector3 toVector3(const Vec& v) { return {static_cast<float>(v.x), static_cast<float>(v.y), static_cast<float>(v.z)}; }
+
+/// Rows of the camera's orientation: yaw about y, then pitch about the turned x axis.
+void cameraBasis(const SimulatedCamera& camera, double r[3][3]) {
+    const double cy = std::cos(static_cast<double>(camera.yaw)), sy = std::sin(static_cast<double>(camera.yaw));
+    const double cp = std::cos(static_cast<double>(camera.pitch)), sp = std::sin(static_cast<double>(camera.pitch));
+    // Ry(yaw) * Rx(pitch)
+    const double m[3][3] = {{cy, sy * sp, sy * cp}, {0, cp, -sp}, {-sy, cy * sp, cy * cp}};
+    for (int i = 0; i < 3; ++i)
+        for (int j = 0; j < 3; ++j) r[i][j] = m[i][j];
+}
+
+/// Focal length in points of the pinhole projection.
+double focalLength(const SimulatedCamera& camera) {
+    return (camera.viewport.height / 2.0) / std::tan(camera.verticalFieldOfView / 2.0);
+}
+
+Json pointJson(CGPoint p) { return Json::array({p.x, p.y}); }
+
+bool hexDigit(char c) { return std::isxdigit(static_cast<unsigned char>(c)) != 0; }
+
+bool uriCharacter(char c) {
+    if (std::isalnum(static_cast<unsigned char>(c)) && static_cast<unsigned char>(c) < 0x80) return true;
+    return std::string_view("-._~:/?#[]@!$&'()*+,;=").find(c) != std::string_view::npos;
+}
+
+} // namespace
+
+// ---------------------------------------------------------------- camera and room
+
+simd_float4x4 SimulatedCamera::transform() const {
+    double r[3][3];
+    cameraBasis(*this, r);
+    simd_float4x4 m = matrix_identity_float4x4();
+    for (int c = 0; c < 3; ++c)
+        for (int row = 0; row < 3; ++row) m.columns[c][row] = static_cast<float>(r[row][c]);
+    m.columns[3] = {position.x, position.y, position.z, 1.0f};
+    return m;
+}
+
+void SimulatedCamera::rayThrough(CGPoint point, SCNVector3& origin, SCNVector3& direction) const {
+    const double f = focalLength(*this);
+    // Camera space: x right, y up, looking along -z; view points have y down.
+    const double local[3] = {(point.x - viewport.width / 2.0) / f, -(point.y - viewport.height / 2.0) / f, -1.0};
+    double r[3][3];
+    cameraBasis(*this, r);
+    Vec world{r[0][0] * local[0] + r[0][1] * local[1] + r[0][2] * local[2],
+              r[1][0] * local[0] + r[1][1] * local[1] + r[1][2] * local[2],
+              r[2][0] * local[0] + r[2][1] * local[1] + r[2][2] * local[2]};
+    const double length = std::sqrt(world.x * world.x + world.y * world.y + world.z * world.z);
+    origin = position;
+    direction = toVector3({world.x / length, world.y / length, world.z / length});
+}
+
+std::optional<CGPoint> SimulatedCamera::project(SCNVector3 world) const {
+    double r[3][3];
+    cameraBasis(*this, r);
+    const Vec p = toVec(world), o = toVec(position);
+    const Vec rel{p.x - o.x, p.y - o.y, p.z - o.z};
+    // Into camera space with the transposed basis.
+    const Vec local{r[0][0] * rel.x + r[1][0] * rel.y + r[2][0] * rel.z, r[0][1] * rel.x + r[1][1] * rel.y + r[2][1] * rel.z,
+                    r[0][2] * rel.x + r[1][2] * rel.y + r[2][2] * rel.z};
+    if (!(local.z < 0)) return std::nullopt;
+    const double f = focalLength(*this);
+    return CGPoint{viewport.width / 2.0 + f * local.x / -local.z, viewport.height / 2.0 - f * local.y / -local.z};
+}
+
+bool SimulatedCamera::onScreen(CGPoint point) const {
+    return point.x >= 0 && point.y >= 0 && point.x <= viewport.width && point.y <= viewport.height;
+}
+
+SimulatedRoom SimulatedRoom::standard() {
+    SimulatedRoom room;
+    // Heights are relative to the device where tracking started (about 1.4 m above the floor).
+    room.surfaces.push_back({"floor", -1.4f, -5.0f, 5.0f, -5.0f, 5.0f});
+    room.surfaces.push_back({"coffee table", -1.0f, -0.5f, 0.5f, -2.2f, -1.6f});
+    room.surfaces.push_back({"desk", -0.65f, 1.2f, 2.4f, -1.5f, -0.7f});
+    room.surfaces.push_back({"sideboard", -0.55f, -2.6f, -2.1f, -3.0f, -1.5f});
+    return room;
+}
+
+std::vector<SCNVector3> SimulatedRoom::intersect(SCNVector3 origin, SCNVector3 direction) const {
+    const Vec o = toVec(origin), dir = toVec(direction);
+    std::vector<std::pair<double, SCNVector3>> hits;
+    if (dir.y == 0.0) return {};
+    for (const auto& surface : surfaces) {
+        const double t = (static_cast<double>(surface.height) - o.y) / dir.y;
+        if (!(t > 0)) continue;
+        const double x = o.x + t * dir.x, z = o.z + t * dir.z;
+        if (x < surface.minX || x > surface.maxX || z < surface.minZ || z > surface.maxZ) continue;
+        hits.emplace_back(t, SCNVector3{static_cast<float>(x), surface.height, static_cast<float>(z)});
+    }
+    std::stable_sort(hits.begin(), hits.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+    std::vector<SCNVector3> points;
+    for (const auto& hit : hits) points.push_back(hit.second);
+    return points;
+}
+
+// ---------------------------------------------------------------- AR session
+
+MemoryARSession::MemoryARSession(std::shared_ptr<CallLog> log, MemoryARSCNView& view) : log_(std::move(log)), view_(view) {}
+
+void MemoryARSession::runWithConfigurationOptions(const ARWorldTrackingConfiguration& config, unsigned options) {
+    if (log_)
+        log_->record("runWithConfiguration:options:", std::nullopt,
+                     Json::array({Json{{"planeDetection", config.planeDetection}}, options}));
+    configuration = config;
+    lastRunOptions = options;
+    state = SessionState::running;
+    if (options & ARSessionRunOptionRemoveExistingAnchors) {
+        for (auto& entry : view_.anchorNodes) entry.second->detach();
+        view_.anchorNodes.clear();
+        anchors.clear();
+        pendingAnchors.clear();
+    }
+}
+
+void MemoryARSession::pause() {
+    if (log_) log_->record("pause", std::nullopt);
+    if (state == SessionState::running) state = SessionState::paused;
+}
+
+std::shared_ptr<const ARFrame> MemoryARSession::currentFrame() const {
+    if (log_) log_->record("currentFrame", std::nullopt);
+    return latestFrame;
+}
+
+void MemoryARSession::addAnchor(const std::shared_ptr<ARAnchor>& anchor) {
+    if (log_) log_->record("addAnchor:", std::nullopt, Json::array({anchor ? toJson(anchor->transform()) : Json(nullptr)}));
+    if (!anchor) return;
+    anchors.push_back(anchor);
+    pendingAnchors.push_back(anchor);
+}
+
+// ---------------------------------------------------------------- recognisers and touches
+
+template <class Base>
+void MemoryRecognizer<Base>::note(const char* op, Json args) const {
+    if (log_) log_->record(op, std::nullopt, std::move(args));
+}
+
+template <class Base>
+UIGestureRecognizerState MemoryRecognizer<Base>::state() const {
+    note("state");
+    return record.state;
+}
+
+template <class Base>
+CGPoint MemoryRecognizer<Base>::locationInView(const ARSCNView&) const {
+    note("locationInView:", Json::array({"ARSCNView"}));
+    return record.location;
+}
+
+template <class Base>
+void MemoryRecognizer<Base>::setDelegate(UIGestureRecognizerDelegate* delegate) {
+    note("setDelegate:", Json::array({delegate ? Json("UIGestureRecognizerDelegate") : Json(nullptr)}));
+    record.delegate = delegate;
+}
+
+template class MemoryRecognizer<UIPinchGestureRecognizer>;
+template class MemoryRecognizer<UIRotationGestureRecognizer>;
+template class MemoryRecognizer<UIPanGestureRecognizer>;
+template class MemoryRecognizer<UILongPressGestureRecognizer>;
+template class MemoryRecognizer<UITapGestureRecognizer>;
+
+double MemoryPinchRecognizer::scale() const {
+    note("scale");
+    return record.scale;
+}
+
+double MemoryRotationRecognizer::rotation() const {
+    note("rotation");
+    return record.rotation;
+}
+
+CGPoint MemoryPanRecognizer::translationInView(const ARSCNView&) const {
+    note("translationInView:", Json::array({"ARSCNView"}));
+    return record.translation;
+}
+
+void MemoryLongPressRecognizer::setMinimumPressDuration(double seconds) {
+    note("setMinimumPressDuration:", Json::array({seconds}));
+    record.minimumPressDuration = seconds;
+}
+
+void MemoryTapRecognizer::setNumberOfTapsRequired(unsigned long taps) {
+    note("setNumberOfTapsRequired:", Json::array({taps}));
+    record.numberOfTapsRequired = taps;
+}
+
+void MemoryTapRecognizer::setNumberOfTouchesRequired(unsigned long touches) {
+    note("setNumberOfTouchesRequired:", Json::array({touches}));
+    record.numberOfTouchesRequired = touches;
+}
+
+CGPoint MemoryTouch::locationInView(const ARSCNView&) const {
+    if (log_) log_->record("locationInView:", std::nullopt, Json::array({"ARSCNView"}));
+    return point;
+}
+
+// ---------------------------------------------------------------- application
+
+void MemoryApplication::openURLOptionsCompletionHandler(const NSURL& url, const UIApplicationOpenURLOptions& options,
+                                                        std::function<void(bool)> completionHandler) {
+    if (log_)
+        log_->record("openURL:options:completionHandler:", std::nullopt,
+                     Json::array({url.absoluteString, Json(options), static_cast<bool>(completionHandler)}));
+    openedURLs.push_back({url, options, completionHandler});
+    // The simulated browser always opens the address.
+    if (completionHandler && enqueueOnMain) enqueueOnMain([completionHandler] { completionHandler(true); });
+}
+
+// ---------------------------------------------------------------- scene view
+
+MemoryARSCNView::MemoryARSCNView(std::shared_ptr<CallLog> log) : arSession(log, *this), log_(std::move(log)) {}
+
+std::shared_ptr<SCNScene> MemoryARSCNView::scene() const {
+    if (log_) log_->record("scene", std::nullopt);
+    return currentScene;
+}
+
+void MemoryARSCNView::setScene(const std::shared_ptr<SCNScene>& scene) {
+    currentScene = std::dynamic_pointer_cast<MemoryScene>(scene);
+    if (log_)
+        log_->record("setScene:", std::nullopt,
+                     Json::array({currentScene ? Json{{"rootNode", nodeRef(currentScene->root().get())}} : Json(nullptr)}));
+}
+
+void MemoryARSCNView::setDelegate(ARSCNViewDelegate* newDelegate) {
+    if (log_) log_->record("setDelegate:", std::nullopt, Json::array({newDelegate ? Json("ARSCNViewDelegate") : Json(nullptr)}));
+    delegate = newDelegate;
+}
+
+void MemoryARSCNView::setShowsStatistics(bool shows) {
+    if (log_) log_->record("setShowsStatistics:", std::nullopt, Json::array({shows}));
+    showsStatistics = shows;
+}
+
+void MemoryARSCNView::setAntialiasingMode(SCNAntialiasingMode mode) {
+    if (log_) log_->record("setAntialiasingMode:", std::nullopt, Json::array({static_cast<unsigned>(mode)}));
+    antialiasingMode = mode;
+}
+
+ARSession& MemoryARSCNView::session() {
+    if (log_) log_->record("session", std::nullopt);
+    return arSession;
+}
+
+std::vector<SCNHitTestResult> MemoryARSCNView::hitTestOptions(CGPoint point, const SCNHitTestOptions& options) {
+    if (log_) log_->record("hitTest:options:", std::nullopt, Json::array({pointJson(point), Json(options)}));
+    if (preparedSceneHits_) {
+        std::vector<SCNHitTestResult> results;
+        for (auto& node : *preparedSceneHits_) results.push_back({node});
+        preparedSceneHits_.reset();
+        return results;
+    }
+    return geometricHitTest(point);
+}
+
+std::vector<ARHitTestResult> MemoryARSCNView::hitTestTypes(CGPoint point, std::uint64_t types) {
+    if (log_) log_->record("hitTest:types:", std::nullopt, Json::array({pointJson(point), types}));
+    if (preparedFeatureHits_) {
+        std::vector<ARHitTestResult> results;
+        for (const auto& transform : *preparedFeatureHits_) results.push_back({transform});
+        preparedFeatureHits_.reset();
+        return results;
+    }
+    if (!(types & ARHitTestResultTypeFeaturePoint)) return {};
+    return geometricFeatureHitTest(point);
+}
+
+void MemoryARSCNView::addGestureRecognizer(const std::shared_ptr<UIGestureRecognizer>& recognizer) {
+    const auto* memoryRecognizer = dynamic_cast<const MemoryRecognizerBase*>(recognizer.get());
+    if (log_)
+        log_->record("addGestureRecognizer:", std::nullopt,
+                     Json::array({memoryRecognizer ? Json(memoryRecognizer->record.type) : Json(nullptr)}));
+    if (recognizer) gestureRecognizers.push_back(recognizer);
+}
+
+std::vector<SCNHitTestResult> MemoryARSCNView::geometricHitTest(CGPoint point) const {
+    if (!currentScene) return {};
+    SCNVector3 originF, directionF;
+    camera.rayThrough(point, originF, directionF);
+    const Vec o = toVec(originF), dir = toVec(directionF);
+
+    std::vector<std::pair<double, std::shared_ptr<SCNNode>>> hits;
+    const auto visit = [&](const auto& self, const std::shared_ptr<MemoryNode>& node) -> void {
+        if (node->nodeGeometry) {
+            const SCNBoundingBox box = node->nodeGeometry->boundingBox();
+            const bool empty = box.max.x < box.min.x || box.max.y < box.min.y || box.max.z < box.min.z || box.min == box.max;
+            if (!empty) {
+                // World-space bounds of the eight transformed corners.
+                const simd_float4x4 m = node->worldTransform();
+                double lo[3] = {std::numeric_limits<double>::infinity(), std::numeric_limits<double>::infinity(),
+                                std::numeric_limits<double>::infinity()};
+                double hi[3] = {-lo[0], -lo[1], -lo[2]};
+                for (int corner = 0; corner < 8; ++corner) {
+                    const double c[3] = {static_cast<double>((corner & 1) ? box.max.x : box.min.x),
+                                         static_cast<double>((corner & 2) ? box.max.y : box.min.y),
+                                         static_cast<double>((corner & 4) ? box.max.z : box.min.z)};
+                    for (int row = 0; row < 3; ++row) {
+                        double v = static_cast<double>(m.columns[3][row]);
+                        for (int k = 0; k < 3; ++k) v += static_cast<double>(m.columns[k][row]) * c[k];
+                        lo[row] = std::min(lo[row], v);
+                        hi[row] = std::max(hi[row], v);
+                    }
+                }
+                // Slab test.
+                const double origin[3] = {o.x, o.y, o.z}, direction[3] = {dir.x, dir.y, dir.z};
+                double enter = -std::numeric_limits<double>::infinity(), leave = std::numeric_limits<double>::infinity();
+                bool miss = false;
+                for (int axis = 0; axis < 3 && !miss; ++axis) {
+                    if (direction[axis] == 0.0) {
+                        miss = origin[axis] < lo[axis] || origin[axis] > hi[axis];
+                        continue;
+                    }
+                    double t0 = (lo[axis] - origin[axis]) / direction[axis], t1 = (hi[axis] - origin[axis]) / direction[axis];
+                    if (t0 > t1) std::swap(t0, t1);
+                    enter = std::max(enter, t0);
+                    leave = std::min(leave, t1);
+                }
+                if (!miss && leave >= enter && leave >= 0) hits.emplace_back(enter >= 0 ? enter : leave, node);
+            }
+        }
+        for (const auto& child : node->children()) self(self, child);
+    };
+    visit(visit, currentScene->root());
+
+    std::stable_sort(hits.begin(), hits.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+    std::vector<SCNHitTestResult> results;
+    for (auto& hit : hits) results.push_back({hit.second});
+    return results;
+}
+
+std::vector<ARHitTestResult> MemoryARSCNView::geometricFeatureHitTest(CGPoint point) const {
+    // Feature points come from camera frames: none before tracking has delivered one.
+    if (!arSession.latestFrame) return {};
+    SCNVector3 origin, direction;
+    camera.rayThrough(point, origin, direction);
+    std::vector<ARHitTestResult> results;
+    for (const auto& hit : room.intersect(origin, direction)) results.push_back({makeTranslation(hit)});
+    return results;
+}
+
+void MemoryARSCNView::reportPendingAnchors() {
+    while (!arSession.pendingAnchors.empty()) {
+        auto anchor = arSession.pendingAnchors.front();
+        arSession.pendingAnchors.pop_front();
+        auto node = MemoryNode::make(log_);
+        node->setTransformMatrix(anchor->transform());
+        if (currentScene) currentScene->root()->appendChild(node);
+        anchorNodes.emplace_back(anchor, node);
+        // On the device this comes from the rendering thread.
+        if (delegate) delegate->rendererDidAddNodeForAnchor(*this, node, anchor);
+    }
+}
+
+// ---------------------------------------------------------------- platform
+
+MemoryPlatform::MemoryPlatform(std::filesystem::path assetParent) : assetParent(std::move(assetParent)) {
+    application.enqueueOnMain = [this](std::function<void()> block) { mainQueue.push_back(std::move(block)); };
+}
+
+std::filesystem::path MemoryPlatform::defaultAssetParent() {
+    if (const char* fromEnvironment = std::getenv("ORRERY_ASSET_PARENT"); fromEnvironment && *fromEnvironment)
+        return fromEnvironment;
+    return ORRERY_SOURCE_DIR;
+}
+
+std::shared_ptr<SCNScene> MemoryPlatform::newScene() {
+    log->record("init", std::nullopt);
+    return std::make_shared<MemoryScene>(log);
+}
+
+std::shared_ptr<SCNScene> MemoryPlatform::sceneNamed(const std::string& path) {
+    log->record("sceneNamed:", std::nullopt, Json::array({path}));
+    std::shared_ptr<MemoryScene> scene;
+    if (auto prepared = preparedScenes.find(path); prepared != preparedScenes.end())
+        scene = prepared->second ? prepared->second() : nullptr;
+    else
+        scene = loadColladaFile(assetParent / path, log);
+    if (scene) scene->adoptLog(log);
+    return scene;
+}
+
+std::shared_ptr<SCNNode> MemoryPlatform::nodeWithGeometry(const std::shared_ptr<SCNGeometry>& geometry) {
+    const char* kind = dynamic_cast<const SCNText*>(geometry.get()) ? "SCNText" : "SCNGeometry";
+    log->record("nodeWithGeometry:", std::nullopt, Json::array({geometry ? Json(kind) : Json(nullptr)}));
+    auto node = MemoryNode::make(log);
+    node->nodeGeometry = geometry;
+    return node;
+}
+
+std::shared_ptr<SCNText> MemoryPlatform::textWithStringExtrusionDepth(const std::string& string, double extrusionDepth) {
+    log->record("textWithString:extrusionDepth:", std::nullopt, Json::array({string, extrusionDepth}));
+    return std::make_shared<MemoryTextGeometry>(log, string, extrusionDepth);
+}
+
+std::optional<UIFont> MemoryPlatform::fontWithNameSize(const std::string& name, double size) {
+    log->record("fontWithName:size:", std::nullopt, Json::array({name, size}));
+    if (!availableFonts.contains(name)) return std::nullopt;
+    return UIFont{name, size};
+}
+
+namespace {
+
+template <class Recognizer>
+std::shared_ptr<Recognizer> makeRecognizer(const std::shared_ptr<CallLog>& log, const char* type, UIViewController* target,
+                                           Selector action) {
+    log->record("initWithTarget:action:", std::nullopt,
+                Json::array({target ? Json("UIViewController") : Json(nullptr), action.name}));
+    RecognizerRecord record;
+    record.type = type;
+    record.target = target;
+    record.action = std::move(action);
+    return std::make_shared<Recognizer>(log, std::move(record));
+}
+
+} // namespace
+
+std::shared_ptr<UIPinchGestureRecognizer> MemoryPlatform::newPinchGestureRecognizer(UIViewController* target, Selector action) {
+    return makeRecognizer<MemoryPinchRecognizer>(log, "UIPinchGestureRecognizer", target, std::move(action));
+}
+
+std::shared_ptr<UIRotationGestureRecognizer> MemoryPlatform::newRotationGestureRecognizer(UIViewController* target,
+                                                                                          Selector action) {
+    return makeRecognizer<MemoryRotationRecognizer>(log, "UIRotationGestureRecognizer", target, std::move(action));
+}
+
+std::shared_ptr<UIPanGestureRecognizer> MemoryPlatform::newPanGestureRecognizer(UIViewController* target, Selector action) {
+    return makeRecognizer<MemoryPanRecognizer>(log, "UIPanGestureRecognizer", target, std::move(action));
+}
+
+std::shared_ptr<UILongPressGestureRecognizer> MemoryPlatform::newLongPressGestureRecognizer(UIViewController* target,
+                                                                                            Selector action) {
+    return makeRecognizer<MemoryLongPressRecognizer>(log, "UILongPressGestureRecognizer", target, std::move(action));
+}
+
+std::shared_ptr<UITapGestureRecognizer> MemoryPlatform::newTapGestureRecognizer(UIViewController* target, Selector action) {
+    return makeRecognizer<MemoryTapRecognizer>(log, "UITapGestureRecognizer", target, std::move(action));
+}
+
+UIApplication& MemoryPlatform::sharedApplication() {
+    log->record("sharedApplication", std::nullopt);
+    return application;
+}
+
+std::optional<NSURL> MemoryPlatform::URLWithString(const std::string& text) {
+    log->record("URLWithString:", std::nullopt, Json::array({text}));
+    if (text.empty()) return std::nullopt;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        if (text[i] == '%') {
+            if (i + 2 >= text.size() || !hexDigit(text[i + 1]) || !hexDigit(text[i + 2])) return std::nullopt;
+            i += 2;
+        } else if (!uriCharacter(text[i])) {
+            return std::nullopt;
+        }
+    }
+    return NSURL{text};
+}
+
+int MemoryPlatform::UIApplicationMain(int argc, char**, const std::optional<std::string>& principalClassName,
+                                      const std::optional<std::string>& delegateClassName) {
+    // There is no event loop here: the owner drives frames and events itself.
+    log->record("UIApplicationMain", std::nullopt,
+                Json::array({argc, principalClassName ? Json(*principalClassName) : Json(nullptr),
+                             delegateClassName ? Json(*delegateClassName) : Json(nullptr)}));
+    return 0;
+}
+
+void MemoryPlatform::mainQueueAsync(std::function<void()> block) {
+    log->record("async", std::nullopt);
+    if (block) mainQueue.push_back(std::move(block));
+}
+
+void MemoryPlatform::drainMainQueue() {
+    while (!mainQueue.empty()) {
+        auto block = std::move(mainQueue.front());
+        mainQueue.pop_front();
+        block();
+    }
+}
+
+void MemoryPlatform::runFrame(double seconds) {
+    if (!(seconds >= 0)) seconds = 0;
+    auto& session = view->arSession;
+    if (session.state == SessionState::running) {
+        auto frame = std::make_shared<ARFrame>();
+        frame->timestamp = time;
+        frame->camera.transform = view->camera.transform();
+        frame->camera.eulerAngles = {view->camera.pitch, view->camera.yaw, 0.0f};
+        session.latestFrame = std::move(frame);
+        view->reportPendingAnchors();
+    }
+    drainMainQueue();
+    if (view->currentScene) view->currentScene->root()->advanceSubtree(seconds);
+    time += seconds;
+}
+
+void MemoryPlatform::advance(double seconds) {
+    if (!(seconds > 0)) return;
+    const double whole = std::floor(seconds * 60.0 + 1e-9);
+    for (double i = 0; i < whole; ++i) runFrame(1.0 / 60.0);
+    if (const double rest = seconds - whole / 60.0; rest > 1e-9) runFrame(rest);
+}
+
+} // namespace orrery::memory

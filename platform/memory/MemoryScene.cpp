@@ -1,0 +1,526 @@
+#include "platform/memory/MemoryScene.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <utility>
+
+namespace orrery::memory {
+
+namespace {
+
+using Json = nlohmann::json;
+
+double d(float f) { return static_cast<double>(f); }
+
+/// Unit quaternion in double precision; rotations are composed here and only
+/// stored back as 32-bit axis-angle.
+struct Quat {
+    double w = 1, x = 0, y = 0, z = 0;
+
+    static Quat axisAngle(double ax, double ay, double az, double angle) {
+        const double length = std::sqrt(ax * ax + ay * ay + az * az);
+        if (length == 0.0 || !std::isfinite(length) || !std::isfinite(angle)) return {};
+        const double s = std::sin(angle / 2) / length;
+        return {std::cos(angle / 2), ax * s, ay * s, az * s};
+    }
+
+    Quat operator*(const Quat& b) const {
+        return {w * b.w - x * b.x - y * b.y - z * b.z, w * b.x + x * b.w + y * b.z - z * b.y,
+                w * b.y - x * b.z + y * b.w + z * b.x, w * b.z + x * b.y - y * b.x + z * b.w};
+    }
+
+    /// The rotation as (axis, angle) with the angle in [0, pi]; the identity as all zeros.
+    SCNVector4 toAxisAngle() const {
+        double qw = w, qx = x, qy = y, qz = z;
+        const double norm = std::sqrt(qw * qw + qx * qx + qy * qy + qz * qz);
+        if (norm == 0.0) return {};
+        qw /= norm, qx /= norm, qy /= norm, qz /= norm;
+        if (qw < 0) qw = -qw, qx = -qx, qy = -qy, qz = -qz;
+        const double s = std::sqrt(qx * qx + qy * qy + qz * qz);
+        if (s < 1e-12) return {};
+        const double angle = 2.0 * std::atan2(s, qw);
+        return {static_cast<float>(qx / s), static_cast<float>(qy / s), static_cast<float>(qz / s),
+                static_cast<float>(angle)};
+    }
+
+    /// Angle and unit axis of this rotation (angle 0 for the identity).
+    void split(double& angle, double& ax, double& ay, double& az) const {
+        double qw = w, qx = x, qy = y, qz = z;
+        if (qw < 0) qw = -qw, qx = -qx, qy = -qy, qz = -qz;
+        const double s = std::sqrt(qx * qx + qy * qy + qz * qz);
+        if (s < 1e-15) {
+            angle = 0, ax = 0, ay = 1, az = 0;
+            return;
+        }
+        angle = 2.0 * std::atan2(s, qw);
+        ax = qx / s, ay = qy / s, az = qz / s;
+    }
+
+    /// From an orthonormal rotation matrix given by rows r[row][column].
+    static Quat fromMatrix(const double r[3][3]) {
+        Quat q;
+        const double trace = r[0][0] + r[1][1] + r[2][2];
+        if (trace > 0) {
+            const double s = std::sqrt(trace + 1.0) * 2;
+            q = {0.25 * s, (r[2][1] - r[1][2]) / s, (r[0][2] - r[2][0]) / s, (r[1][0] - r[0][1]) / s};
+        } else if (r[0][0] > r[1][1] && r[0][0] > r[2][2]) {
+            const double s = std::sqrt(1.0 + r[0][0] - r[1][1] - r[2][2]) * 2;
+            q = {(r[2][1] - r[1][2]) / s, 0.25 * s, (r[0][1] + r[1][0]) / s, (r[0][2] + r[2][0]) / s};
+        } else if (r[1][1] > r[2][2]) {
+            const double s = std::sqrt(1.0 + r[1][1] - r[0][0] - r[2][2]) * 2;
+            q = {(r[0][2] - r[2][0]) / s, (r[0][1] + r[1][0]) / s, 0.25 * s, (r[1][2] + r[2][1]) / s};
+        } else {
+            const double s = std::sqrt(1.0 + r[2][2] - r[0][0] - r[1][1]) * 2;
+            q = {(r[1][0] - r[0][1]) / s, (r[0][2] + r[2][0]) / s, (r[1][2] + r[2][1]) / s, 0.25 * s};
+        }
+        return q;
+    }
+};
+
+Quat fromRotation(SCNVector4 r) { return Quat::axisAngle(d(r.x), d(r.y), d(r.z), d(r.w)); }
+
+/// Euler angles as the platform applies them to a vector: roll (z) first, then yaw (y), then pitch (x).
+Quat fromEuler(double x, double y, double z) {
+    return Quat::axisAngle(1, 0, 0, x) * Quat::axisAngle(0, 1, 0, y) * Quat::axisAngle(0, 0, 1, z);
+}
+
+/// An action reduced to the one rotate-, scale- or move-by at its bottom: every compound
+/// action here repeats a single inner action, so a run is that leaf back to back.
+struct Flattened {
+    const SCNAction* leaf = nullptr;  ///< null when the action does nothing
+    double repeats = 1;               ///< leaf runs per pass (per advance for an instant forever)
+    bool forever = false;
+};
+
+Flattened flatten(const SCNAction& action) {
+    Flattened f;
+    const SCNAction* a = &action;
+    while (a && (a->type == SCNAction::Type::repeat || a->type == SCNAction::Type::repeatForever)) {
+        if (a->type == SCNAction::Type::repeat) {
+            if (a->count == 0) return {};
+            f.repeats *= static_cast<double>(a->count);
+        } else {
+            // The first pass of a forever never ends, so outer repeats never get further.
+            f.forever = true;
+            f.repeats = 1;
+        }
+        a = a->action.get();
+    }
+    f.leaf = a;
+    return f;
+}
+
+double leafDuration(const SCNAction& leaf) {
+    return leaf.duration > 0 && std::isfinite(leaf.duration) ? leaf.duration : 0.0;
+}
+
+/// Number of characters of a UTF-8 text (continuation bytes not counted).
+std::size_t characterCount(const std::string& text) {
+    std::size_t n = 0;
+    for (unsigned char c : text)
+        if ((c & 0xC0) != 0x80) ++n;
+    return n;
+}
+
+} // namespace
+
+// ---------------------------------------------------------------- JSON helpers
+
+Json actionToJson(const SCNAction& action) {
+    switch (action.type) {
+    case SCNAction::Type::rotateBy:
+        return Json{{"type", "rotateBy"}, {"x", action.x}, {"y", action.y}, {"z", action.z}, {"duration", action.duration}};
+    case SCNAction::Type::scaleBy:
+        return Json{{"type", "scaleBy"}, {"factor", action.factor}, {"duration", action.duration}};
+    case SCNAction::Type::moveBy:
+        return Json{{"type", "moveBy"}, {"delta", toJson(action.delta)}, {"duration", action.duration}};
+    case SCNAction::Type::repeat:
+        return Json{{"type", "repeat"},
+                    {"count", action.count},
+                    {"action", action.action ? actionToJson(*action.action) : Json(nullptr)}};
+    case SCNAction::Type::repeatForever:
+        return Json{{"type", "repeatForever"}, {"action", action.action ? actionToJson(*action.action) : Json(nullptr)}};
+    }
+    return nullptr;
+}
+
+Json nodeRef(const SCNNode* node) {
+    const auto* memoryNode = dynamic_cast<const MemoryNode*>(node);
+    if (!memoryNode || !memoryNode->nodeName) return nullptr;
+    return *memoryNode->nodeName;
+}
+
+Json toJson(SCNVector3 v) { return Json::array({d(v.x), d(v.y), d(v.z)}); }
+
+Json toJson(SCNVector4 v) { return Json::array({d(v.x), d(v.y), d(v.z), d(v.w)}); }
+
+Json toJson(const simd_float4x4& m) {
+    Json out = Json::array();
+    for (const auto& column : m.columns)
+        for (float value : column) out.push_back(d(value));
+    return out;
+}
+
+Json toJson(const UIColor& c) { return Json{{"red", c.red}, {"green", c.green}, {"blue", c.blue}, {"alpha", c.alpha}}; }
+
+std::shared_ptr<MemoryNode> asMemory(const std::shared_ptr<SCNNode>& node) {
+    return std::dynamic_pointer_cast<MemoryNode>(node);
+}
+
+// ---------------------------------------------------------------- materials and geometry
+
+MemoryMaterialProperty::MemoryMaterialProperty(std::shared_ptr<CallLog> log, std::string propertyName)
+    : propertyName(std::move(propertyName)), log_(std::move(log)) {}
+
+void MemoryMaterialProperty::setContents(const UIColor& colour) {
+    if (log_) log_->record("setContents:", std::nullopt, Json::array({toJson(colour)}));
+    contents = colour;
+}
+
+MemoryMaterial::MemoryMaterial(std::shared_ptr<CallLog> log)
+    : diffuseProperty(std::make_shared<MemoryMaterialProperty>(log, "diffuse")),
+      specularProperty(std::make_shared<MemoryMaterialProperty>(log, "specular")),
+      log_(std::move(log)) {}
+
+std::shared_ptr<SCNMaterialProperty> MemoryMaterial::diffuse() {
+    if (log_) log_->record("diffuse", std::nullopt);
+    return diffuseProperty;
+}
+
+std::shared_ptr<SCNMaterialProperty> MemoryMaterial::specular() {
+    if (log_) log_->record("specular", std::nullopt);
+    return specularProperty;
+}
+
+std::shared_ptr<SCNMaterial> MemoryMeshGeometry::firstMaterial() {
+    if (log_) log_->record("firstMaterial", std::nullopt);
+    return materials.empty() ? nullptr : materials.front();
+}
+
+void MemoryMeshGeometry::computeBounds() {
+    if (positions.empty()) {
+        bounds = {};
+        return;
+    }
+    bounds.min = bounds.max = positions.front();
+    for (const auto& p : positions) {
+        bounds.min = {std::min(bounds.min.x, p.x), std::min(bounds.min.y, p.y), std::min(bounds.min.z, p.z)};
+        bounds.max = {std::max(bounds.max.x, p.x), std::max(bounds.max.y, p.y), std::max(bounds.max.z, p.z)};
+    }
+}
+
+MemoryTextGeometry::MemoryTextGeometry(std::shared_ptr<CallLog> log, std::string string, double extrusionDepth)
+    : string(std::move(string)), extrusionDepth(extrusionDepth),
+      material(std::make_shared<MemoryMaterial>(log)), log_(std::move(log)) {}
+
+SCNBoundingBox MemoryTextGeometry::boundingBox() const {
+    // Without a font the platform's default text font is 36 points.
+    const double em = font ? font->pointSize : 36.0;
+    std::size_t lines = 0, widest = 0, start = 0;
+    while (start <= string.size()) {
+        const std::size_t end = std::min(string.find('\n', start), string.size());
+        widest = std::max(widest, characterCount(string.substr(start, end - start)));
+        ++lines;
+        start = end + 1;
+    }
+    if (widest == 0) return {};
+    // The first line sits on the baseline at y = 0; further lines go down.
+    return {{0.0f, static_cast<float>(-em * static_cast<double>(lines - 1)), 0.0f},
+            {static_cast<float>(0.6 * em * static_cast<double>(widest)), static_cast<float>(em),
+             static_cast<float>(std::max(extrusionDepth, 0.0))}};
+}
+
+std::shared_ptr<SCNMaterial> MemoryTextGeometry::firstMaterial() {
+    if (log_) log_->record("firstMaterial", std::nullopt);
+    return material;
+}
+
+void MemoryTextGeometry::setFont(const std::optional<UIFont>& newFont) {
+    if (log_)
+        log_->record("setFont:", std::nullopt,
+                     Json::array({newFont ? Json{{"fontName", newFont->fontName}, {"pointSize", newFont->pointSize}}
+                                          : Json(nullptr)}));
+    font = newFont;
+}
+
+// ---------------------------------------------------------------- nodes
+
+std::shared_ptr<MemoryNode> MemoryNode::make(std::shared_ptr<CallLog> log) {
+    std::shared_ptr<MemoryNode> node(new MemoryNode());
+    node->log_ = std::move(log);
+    return node;
+}
+
+void MemoryNode::record(const char* op, Json args) const {
+    if (log_) log_->record(op, nodeName, std::move(args));
+}
+
+std::optional<std::string> MemoryNode::name() const {
+    record("name");
+    return nodeName;
+}
+
+void MemoryNode::setName(const std::optional<std::string>& name) {
+    record("setName:", Json::array({name ? Json(*name) : Json(nullptr)}));
+    nodeName = name;
+}
+
+SCNVector3 MemoryNode::position() const {
+    record("position");
+    return nodePosition;
+}
+
+void MemoryNode::setPosition(SCNVector3 position) {
+    record("setPosition:", Json::array({toJson(position)}));
+    nodePosition = position;
+}
+
+SCNVector3 MemoryNode::scale() const {
+    record("scale");
+    return nodeScale;
+}
+
+void MemoryNode::setScale(SCNVector3 scale) {
+    record("setScale:", Json::array({toJson(scale)}));
+    nodeScale = scale;
+}
+
+SCNVector4 MemoryNode::rotation() const {
+    record("rotation");
+    return nodeRotation;
+}
+
+void MemoryNode::setRotation(SCNVector4 rotation) {
+    record("setRotation:", Json::array({toJson(rotation)}));
+    nodeRotation = rotation;
+}
+
+std::shared_ptr<SCNNode> MemoryNode::parentNode() const {
+    record("parentNode");
+    return parent_.lock();
+}
+
+std::vector<std::shared_ptr<SCNNode>> MemoryNode::childNodes() const {
+    record("childNodes");
+    return {children_.begin(), children_.end()};
+}
+
+void MemoryNode::addChildNode(const std::shared_ptr<SCNNode>& child) {
+    record("addChildNode:", Json::array({nodeRef(child.get())}));
+    if (auto memoryChild = asMemory(child)) appendChild(memoryChild);
+}
+
+void MemoryNode::appendChild(const std::shared_ptr<MemoryNode>& child) {
+    if (!child) return;
+    // A node cannot become its own descendant.
+    for (const MemoryNode* n = this; n; n = n->parent_.lock().get())
+        if (n == child.get()) return;
+    if (auto old = child->parent_.lock()) std::erase(old->children_, child);
+    child->parent_ = weak_from_this();
+    children_.push_back(child);
+}
+
+void MemoryNode::removeFromParentNode() {
+    record("removeFromParentNode");
+    detach();
+}
+
+void MemoryNode::detach() {
+    auto parent = parent_.lock();
+    if (!parent) return;
+    auto self = shared_from_this();
+    std::erase(parent->children_, self);
+    parent_.reset();
+}
+
+std::shared_ptr<SCNNode> MemoryNode::clone() {
+    record("clone");
+    struct Copier {
+        static std::shared_ptr<MemoryNode> copy(const MemoryNode& source) {
+            auto copy = MemoryNode::make(source.log_);
+            copy->nodeName = source.nodeName;
+            copy->nodePosition = source.nodePosition;
+            copy->nodeScale = source.nodeScale;
+            copy->nodeRotation = source.nodeRotation;
+            copy->nodeGeometry = source.nodeGeometry;  // shared, with its materials
+            for (const auto& child : source.children_) copy->appendChild(Copier::copy(*child));
+            return copy;
+        }
+    };
+    return Copier::copy(*this);
+}
+
+std::shared_ptr<SCNGeometry> MemoryNode::geometry() const {
+    record("geometry");
+    return nodeGeometry;
+}
+
+void MemoryNode::runActionForKey(std::shared_ptr<const SCNAction> action, const std::optional<std::string>& key) {
+    record("runAction:forKey:", Json::array({action ? actionToJson(*action) : Json(nullptr), key ? Json(*key) : Json(nullptr)}));
+    if (key) std::erase_if(actions_, [&key](const RunningAction& running) { return running.key == key; });
+    if (!action) return;
+    const Flattened f = flatten(*action);
+    if (!f.leaf) return;
+    if (leafDuration(*f.leaf) == 0.0 && !f.forever) {
+        applySpan(*f.leaf, 0.0, f.repeats);
+        return;
+    }
+    actions_.push_back(RunningAction{key, action, 0.0});
+    applyProgress(*action, 0.0, 0.0);
+}
+
+void MemoryNode::removeAllActions() {
+    record("removeAllActions");
+    actions_.clear();
+}
+
+void MemoryNode::applySpan(const SCNAction& leaf, double fromRuns, double toRuns) {
+    if (!(toRuns > fromRuns)) return;
+    switch (leaf.type) {
+    case SCNAction::Type::rotateBy: {
+        // The orientation reached after p runs is E^floor(p) * E(frac(p)), with E(f) the Euler
+        // turn by f times the angles; a span turns by the difference, so steps of any size add up
+        // to the whole turn and a full 2 pi spin really goes round.
+        double angle, ax, ay, az;
+        fromEuler(leaf.x, leaf.y, leaf.z).split(angle, ax, ay, az);
+        const auto reached = [&](double runs) {
+            const double whole = std::floor(runs), part = runs - whole;
+            return Quat::axisAngle(ax, ay, az, angle * whole) * fromEuler(leaf.x * part, leaf.y * part, leaf.z * part);
+        };
+        const Quat start = reached(fromRuns), end = reached(toRuns);
+        const Quat delta = Quat{start.w, -start.x, -start.y, -start.z} * end;
+        if (delta.x == 0.0 && delta.y == 0.0 && delta.z == 0.0) return;
+        // In the node's own frame: the turn comes after the current orientation.
+        nodeRotation = (fromRotation(nodeRotation) * delta).toAxisAngle();
+        return;
+    }
+    case SCNAction::Type::scaleBy: {
+        // No fractional powers of a non-positive factor: it applies whole at the end of each run.
+        const double m = leaf.factor > 0 && std::isfinite(leaf.factor)
+                             ? std::pow(leaf.factor, toRuns - fromRuns)
+                             : std::pow(leaf.factor, std::floor(toRuns) - std::floor(fromRuns));
+        nodeScale = {static_cast<float>(d(nodeScale.x) * m), static_cast<float>(d(nodeScale.y) * m),
+                     static_cast<float>(d(nodeScale.z) * m)};
+        return;
+    }
+    case SCNAction::Type::moveBy: {
+        const double amount = toRuns - fromRuns;
+        nodePosition = {static_cast<float>(d(nodePosition.x) + d(leaf.delta.x) * amount),
+                        static_cast<float>(d(nodePosition.y) + d(leaf.delta.y) * amount),
+                        static_cast<float>(d(nodePosition.z) + d(leaf.delta.z) * amount)};
+        return;
+    }
+    case SCNAction::Type::repeat:
+    case SCNAction::Type::repeatForever:
+        return;  // compound actions are flattened before they get here
+    }
+}
+
+void MemoryNode::applyProgress(const SCNAction& action, double from, double to) {
+    const Flattened f = flatten(action);
+    if (!f.leaf) return;
+    const double leafTime = leafDuration(*f.leaf);
+    if (leafTime == 0.0) {
+        // Only an endless repeat of an instant action gets here: once per advance.
+        if (f.forever) applySpan(*f.leaf, 0.0, f.repeats);
+        return;
+    }
+    const double total = f.forever ? std::numeric_limits<double>::infinity() : leafTime * f.repeats;
+    from = std::clamp(from, 0.0, total);
+    to = std::clamp(to, from, total);
+    // The leaf runs back to back, so times map straight onto counts of leaf runs.
+    applySpan(*f.leaf, from / leafTime, to / leafTime);
+}
+
+void MemoryNode::advanceActions(double seconds) {
+    if (!(seconds >= 0)) seconds = 0;
+    // Copy first: applying never changes the list, but keep iteration independent of it.
+    std::vector<RunningAction> running = actions_;
+    std::vector<RunningAction> kept;
+    for (auto& entry : running) {
+        const double from = entry.elapsed, to = from + seconds;
+        applyProgress(*entry.action, from, to);
+        const Flattened f = flatten(*entry.action);
+        const double leafTime = f.leaf ? leafDuration(*f.leaf) : 0.0;
+        if (f.forever) {
+            // Keep the clock within one leaf run so that long spins keep their precision.
+            entry.elapsed = leafTime > 0 ? std::fmod(to, leafTime) : 0.0;
+            kept.push_back(entry);
+        } else if (f.leaf && to < leafTime * f.repeats) {
+            entry.elapsed = to;
+            kept.push_back(entry);
+        }
+    }
+    actions_ = std::move(kept);
+}
+
+void MemoryNode::advanceSubtree(double seconds) {
+    advanceActions(seconds);
+    const auto children = children_;
+    for (const auto& child : children) child->advanceSubtree(seconds);
+}
+
+std::shared_ptr<MemoryNode> MemoryNode::findNamed(const std::string& name) {
+    if (nodeName == name) return shared_from_this();
+    for (const auto& child : children_)
+        if (auto found = child->findNamed(name)) return found;
+    return nullptr;
+}
+
+void MemoryNode::adoptLog(const std::shared_ptr<CallLog>& log) {
+    log_ = log;
+    for (const auto& child : children_) child->adoptLog(log);
+}
+
+simd_float4x4 MemoryNode::localTransform() const {
+    const Quat q = fromRotation(nodeRotation);
+    const double w = q.w, x = q.x, y = q.y, z = q.z;
+    const double r[3][3] = {{1 - 2 * (y * y + z * z), 2 * (x * y - w * z), 2 * (x * z + w * y)},
+                            {2 * (x * y + w * z), 1 - 2 * (x * x + z * z), 2 * (y * z - w * x)},
+                            {2 * (x * z - w * y), 2 * (y * z + w * x), 1 - 2 * (x * x + y * y)}};
+    const double s[3] = {d(nodeScale.x), d(nodeScale.y), d(nodeScale.z)};
+    simd_float4x4 m = matrix_identity_float4x4();
+    for (int c = 0; c < 3; ++c)
+        for (int row = 0; row < 3; ++row) m.columns[c][row] = static_cast<float>(r[row][c] * s[c]);
+    m.columns[3] = {nodePosition.x, nodePosition.y, nodePosition.z, 1.0f};
+    return m;
+}
+
+simd_float4x4 MemoryNode::worldTransform() const {
+    simd_float4x4 m = localTransform();
+    for (auto p = parent_.lock(); p; p = p->parent_.lock()) m = simd_mul(p->localTransform(), m);
+    return m;
+}
+
+void MemoryNode::setTransformMatrix(const simd_float4x4& matrix) {
+    const auto& c = matrix.columns;
+    nodePosition = {c[3][0], c[3][1], c[3][2]};
+    double scale[3], r[3][3];
+    for (int col = 0; col < 3; ++col) {
+        scale[col] = std::sqrt(d(c[col][0]) * d(c[col][0]) + d(c[col][1]) * d(c[col][1]) + d(c[col][2]) * d(c[col][2]));
+        for (int row = 0; row < 3; ++row)
+            r[row][col] = scale[col] > 0 ? d(c[col][row]) / scale[col] : (row == col ? 1.0 : 0.0);
+    }
+    nodeScale = {static_cast<float>(scale[0]), static_cast<float>(scale[1]), static_cast<float>(scale[2])};
+    nodeRotation = Quat::fromMatrix(r).toAxisAngle();
+}
+
+// ---------------------------------------------------------------- scenes
+
+MemoryScene::MemoryScene(std::shared_ptr<CallLog> log) : log_(log), root_(MemoryNode::make(std::move(log))) {}
+
+MemoryScene::MemoryScene(std::shared_ptr<CallLog> log, std::shared_ptr<MemoryNode> root)
+    : log_(std::move(log)), root_(root ? std::move(root) : MemoryNode::make(log_)) {}
+
+std::shared_ptr<SCNNode> MemoryScene::rootNode() const {
+    if (log_) log_->record("rootNode", std::nullopt);
+    return root_;
+}
+
+void MemoryScene::adoptLog(const std::shared_ptr<CallLog>& log) {
+    log_ = log;
+    root_->adoptLog(log);
+}
+
+} // namespace orrery::memory
