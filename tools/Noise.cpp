@@ -43,11 +43,9 @@ bool writePng(const std::filesystem::path& file, const Image& image) {
 }
 
 double hash01(std::uint32_t seed, std::int32_t a, std::int32_t b, std::int32_t c, std::int32_t d) {
-    std::uint32_t h = mix32(seed ^ 0x9e3779b9U);
-    h = mix32(h ^ static_cast<std::uint32_t>(a));
-    h = mix32(h ^ (static_cast<std::uint32_t>(b) * 0x85ebca6bU));
-    h = mix32(h ^ (static_cast<std::uint32_t>(c) * 0xc2b2ae35U));
-    h = mix32(h ^ (static_cast<std::uint32_t>(d) * 0x27d4eb2fU));
+    std::uint32_t h = mix32(seed * 0x9e3779b9U + static_cast<std::uint32_t>(a) * 0x85ebca6bU);
+    h = mix32(h ^ (static_cast<std::uint32_t>(b) * 0xc2b2ae35U) ^ (static_cast<std::uint32_t>(c) * 0x27d4eb2fU) ^
+              (static_cast<std::uint32_t>(d) * 0x165667b1U));
     return static_cast<double>(h >> 8) * (1.0 / 16777216.0);
 }
 

@@ -54,12 +54,14 @@ Image paintSphere(const std::function<Colour(const Dir&)>& shade) {
 struct Craters {
     std::vector<Dir> centres;
     std::vector<double> radii;  // angular, radians
+    std::vector<double> reach;  // cosine of the widest angle a crater affects
 
     Craters(std::uint32_t seed, int count, double smallest, double largest) {
         for (int i = 0; i < count; ++i) {
             centres.push_back(hashedDirection(seed, i));
             const double h = hash01(seed, i, 3);
             radii.push_back(smallest * std::pow(largest / smallest, h * h * h));
+            reach.push_back(std::cos(radii.back() * 1.4));
         }
     }
 
@@ -68,7 +70,7 @@ struct Craters {
         double sum = 0;
         for (std::size_t i = 0; i < centres.size(); ++i) {
             const double c = dot(d, centres[i]);
-            if (c < std::cos(radii[i] * 1.4)) continue;
+            if (c < reach[i]) continue;
             const double t = std::acos(std::min(1.0, c)) / radii[i];
             sum += t < 1.0 ? -0.16 * (1.0 - t * t) : 0.0;
             sum += 0.08 * std::exp(-((t - 1.0) * (t - 1.0)) / 0.008);
