@@ -97,6 +97,11 @@ int main(int argc, char** argv) {
     try {
         const std::filesystem::path assets = std::filesystem::path(argv[1]) / "art.scnassets";
         const std::filesystem::path font = argc == 3 ? argv[2] : kDefaultFont;
+        // Check the font before writing anything, so a bad call leaves no half-written tree.
+        if (!std::filesystem::is_regular_file(font)) {
+            std::fprintf(stderr, "orrery-assetgen: no font at %s\n", font.string().c_str());
+            return 2;
+        }
         for (const auto& key : kBodies) writeBody(assets, key);
         for (const auto& button : kButtons) writeButton(assets, button, font);
     } catch (const std::exception& e) {
