@@ -1,6 +1,7 @@
 #include "sim/Narration.h"
 
 #include <cstdio>
+#include <string>
 #include <utility>
 
 namespace orrery::sim {
@@ -27,6 +28,7 @@ std::string uniformOrTriple(const Json& v) {
 /// The first line of a text, cut at a character boundary.
 std::string excerpt(const std::string& text, std::size_t limit = 60) {
     std::string line = text.substr(0, text.find('\n'));
+    while (!line.empty() && line.back() == ' ') line.pop_back();
     if (line.size() <= limit) return line;
     std::size_t cut = limit;
     while (cut > 0 && (static_cast<unsigned char>(line[cut]) & 0xC0) == 0x80) --cut;
@@ -35,7 +37,13 @@ std::string excerpt(const std::string& text, std::size_t limit = 60) {
 
 std::string actionsNote(const Json& node) {
     const Json& actions = node["actions"];
-    if (actions.empty()) return "";
+    if (actions.empty()) {
+        // A still node's turn is worth telling; a spinning one's changes every frame.
+        const Json& r = node["rotation"];
+        if (r.is_array() && r.size() == 4 && r[3].is_number() && r[3].get<double>() != 0.0)
+            return ", turned " + number(r[3]) + " rad about " + triple(r);
+        return "";
+    }
     std::string keys;
     for (const auto& a : actions) {
         if (!keys.empty()) keys += ", ";
@@ -51,33 +59,51 @@ bool isButton(const std::string& name) {
     return name.size() > suffix.size() && name.compare(name.size() - suffix.size(), suffix.size(), suffix) == 0;
 }
 
-void describeNode(const Json& node, const std::string& indent, std::string& out) {
-    std::string name = nameOf(node);
-    const Json& geometry = node["geometry"];
-    if (geometry.is_object() && geometry["type"] == "text") {
-        out += indent + (name.empty() ? "(label)" : name) + ": label \"" +
-               excerpt(geometry["string"].get<std::string>()) + "\" at " + triple(node["position"]) + "\n";
-        return;
-    }
-    if (name.empty()) {
-        // An anchor's node: say what hangs under it.
-        out += indent + "anchor node at " + triple(node["position"]);
-        const Json& children = node["children"];
-        if (children.empty()) {
-            out += ", empty\n";
-            return;
+struct SceneLine {
+    std::string key;   ///< identifies the node across dumps
+    std::string text;
+};
+
+/// One line per top-level node (buttons grouped) and per copy placed on an anchor.
+std::vector<SceneLine> sceneLines(const Json& scene) {
+    std::vector<SceneLine> lines;
+    std::vector<std::string> buttons;
+    int anchors = 0;
+    for (const auto& child : scene["children"]) {
+        std::string name = nameOf(child);
+        const Json& geometry = child["geometry"];
+        if (isButton(name)) {
+            buttons.push_back(name);
+        } else if (geometry.is_object() && geometry["type"] == "text") {
+            lines.push_back({"label " + name, "label " + (name.empty() ? "" : "(" + name + ") ") + "\"" +
+                                                  excerpt(geometry["string"].get<std::string>()) + "\" at " +
+                                                  triple(child["position"])});
+        } else if (name.empty()) {
+            // The node the session made for an anchor, with the copies hanging under it.
+            std::string anchor = "anchor node " + std::to_string(++anchors);
+            lines.push_back({anchor, anchor + " at " + triple(child["position"])});
+            int index = 0;
+            for (const auto& copy : child["children"])
+                lines.push_back({anchor + "/" + std::to_string(index++),
+                                 (nameOf(copy).empty() ? std::string("(unnamed)") : nameOf(copy)) + " on " + anchor +
+                                     " at " + triple(copy["position"]) + ", scale " + uniformOrTriple(copy["scale"]) +
+                                     actionsNote(copy)});
+        } else {
+            lines.push_back({name, name + " at " + triple(child["position"]) + ", scale " +
+                                       uniformOrTriple(child["scale"]) + actionsNote(child)});
         }
-        out += ", holding:\n";
-        for (const auto& child : children) describeNode(child, indent + "  ", out);
-        return;
     }
-    out += indent + name + " at " + triple(node["position"]) + ", scale " + uniformOrTriple(node["scale"]) +
-           actionsNote(node) + "\n";
+    if (!buttons.empty()) {
+        std::string text = std::to_string(buttons.size()) + " buttons:";
+        for (std::size_t i = 0; i < buttons.size(); ++i) text += (i ? ", " : " ") + buttons[i];
+        lines.push_back({"buttons", text});
+    }
+    return lines;
 }
 
 } // namespace
 
-std::string describeState(const Json& state, const std::function<std::string(int)>& bodyName) {
+std::string describeState(const Json& state, const Json* previous, const std::function<std::string(int)>& bodyName) {
     std::string out;
     int selected = state["selectedBody"].get<int>();
     out += "  time " + number(state["time"]) + " s; selected body " + std::to_string(selected) + " (" +
@@ -89,25 +115,32 @@ std::string describeState(const Json& state, const std::function<std::string(int
     if (!state["openedURLs"].empty()) out += " (last: " + state["openedURLs"].back()["url"].get<std::string>() + ")";
     out += "; gesture recognisers: " + std::to_string(state["recognizers"].size()) + "\n";
     const Json& scene = state["scene"];
-    if (!scene.is_object()) {
-        out += "  no scene\n";
+    if (!scene.is_object()) return out + "  no scene\n";
+
+    std::vector<SceneLine> now = sceneLines(scene);
+    if (!previous || !(*previous)["scene"].is_object()) {
+        out += "  the scene holds:\n";
+        for (const auto& line : now) out += "    " + line.text + "\n";
         return out;
     }
-    out += "  the scene holds:\n";
-    std::vector<std::string> buttons;
-    for (const auto& child : scene["children"]) {
-        std::string name = nameOf(child);
-        if (isButton(name)) {
-            buttons.push_back(name);
-            continue;
-        }
-        describeNode(child, "    ", out);
+    // Later dumps tell only what changed, which is what a reader follows.
+    std::vector<SceneLine> before = sceneLines((*previous)["scene"]);
+    auto find = [](const std::vector<SceneLine>& lines, const std::string& key) -> const SceneLine* {
+        for (const auto& line : lines)
+            if (line.key == key) return &line;
+        return nullptr;
+    };
+    std::string changes;
+    for (const auto& line : now) {
+        const SceneLine* old = find(before, line.key);
+        if (!old)
+            changes += "    + " + line.text + "\n";
+        else if (old->text != line.text)
+            changes += "    ~ " + line.text + "\n";
     }
-    if (!buttons.empty()) {
-        out += "    " + std::to_string(buttons.size()) + " buttons: ";
-        for (std::size_t i = 0; i < buttons.size(); ++i) out += (i ? ", " : "") + buttons[i];
-        out += "\n";
-    }
+    for (const auto& line : before)
+        if (!find(now, line.key)) changes += "    - " + line.text + " (gone)\n";
+    out += changes.empty() ? "  the scene is as at the last dump\n" : "  changes in the scene since the last dump:\n" + changes;
     return out;
 }
 
@@ -122,13 +155,13 @@ std::string describeCalls(const std::vector<memory::PlatformCall>& calls) {
         else
             ++it->second;
     }
-    std::string out = "  " + std::to_string(calls.size()) + " platform calls since the last look:";
-    std::string line;
+    std::string out = "  " + std::to_string(calls.size()) + " platform calls since the last look, by operation:\n";
+    std::string line = "   ";
     for (std::size_t i = 0; i < counts.size(); ++i) {
         std::string item = " " + counts[i].first + " x" + std::to_string(counts[i].second) + (i + 1 < counts.size() ? "," : "");
-        if (line.size() + item.size() > 76) {
-            out += line + "\n   ";
-            line.clear();
+        if (line.size() + item.size() > 78) {
+            out += line + "\n";
+            line = "   ";
         }
         line += item;
     }

@@ -10,8 +10,9 @@
 
 namespace orrery::sim {
 
-/// A few indented lines describing a state dump. `bodyName` names a selectedBody value.
-std::string describeState(const Json& state, const std::function<std::string(int)>& bodyName);
+/// A few indented lines describing a state dump: the whole scene, or with `previous` (the dump
+/// told before) only the scene's changes since then. `bodyName` names a selectedBody value.
+std::string describeState(const Json& state, const Json* previous, const std::function<std::string(int)>& bodyName);
 
 /// One indented line counting the calls by operation, in order of first appearance.
 std::string describeCalls(const std::vector<memory::PlatformCall>& calls);

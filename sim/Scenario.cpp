@@ -115,7 +115,7 @@ public:
                                                                         ? "at least " + std::to_string(min)
                                                                         : std::to_string(min) + " or " + std::to_string(max);
         std::string form = *info_.usage ? std::string(" (") + info_.name + " " + info_.usage + ")" : "";
-        fail(std::string("'") + info_.name + "' takes " + expected + " argument" + (expected == "1" ? "" : "s") +
+        fail(std::string("'") + info_.name + "' takes " + expected + " argument" + (expected == "1" || expected == "at least 1" ? "" : "s") +
              form + ", got " + std::to_string(n));
     }
 

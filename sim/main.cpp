@@ -140,6 +140,7 @@ int main(int argc, char** argv) {
 
     std::string text;
     std::size_t lineNumber = 0;
+    std::optional<Json> previousDump;
     try {
         while (std::getline(*input, text)) {
             ++lineNumber;
@@ -156,9 +157,12 @@ int main(int argc, char** argv) {
             Output out = simulator.run(*command);
             switch (out.kind) {
             case Output::Kind::dump:
-                if (narrate)
-                    std::cout << describeState(out.state, [&](int i) { return simulator.bodyName(i); }) << std::flush;
-                else
+                if (narrate) {
+                    std::cout << describeState(out.state, previousDump ? &*previousDump : nullptr,
+                                               [&](int i) { return simulator.bodyName(i); })
+                              << std::flush;
+                    previousDump = std::move(out.state);
+                } else
                     emit(jsonLine(out.state));
                 break;
             case Output::Kind::calls:

@@ -1,0 +1,384 @@
+// End-to-end runs of the orrery-sim binary: scenario in, JSON lines and exit status out.
+
+#include "content/BodyCatalog.h"
+#include "platform/memory/MemoryPlatform.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+extern char** environ;
+
+namespace {
+
+namespace fs = std::filesystem;
+using nlohmann::json;
+
+struct SimRun {
+    bool exited = false;
+    int status = -1;  ///< exit status when exited
+    std::string out, err;
+
+    std::vector<json> lines() const {
+        std::vector<json> result;
+        std::istringstream in(out);
+        for (std::string line; std::getline(in, line);) result.push_back(json::parse(line));
+        return result;
+    }
+};
+
+class TempDir {
+public:
+    TempDir() {
+        std::string pattern = (fs::temp_directory_path() / "orrery-sim-test-XXXXXX").string();
+        path = mkdtemp(pattern.data());
+    }
+    ~TempDir() {
+        std::error_code ec;
+        fs::remove_all(path, ec);
+    }
+    fs::path path;
+};
+
+std::string slurp(const fs::path& file) {
+    std::ifstream in(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+/// Runs the simulator with `args`; `scenario` is given on standard input.
+SimRun runSim(const std::vector<std::string>& args, const std::string& scenario = "") {
+    TempDir dir;
+    const fs::path in = dir.path / "in", out = dir.path / "out", err = dir.path / "err";
+    std::ofstream(in, std::ios::binary) << scenario;
+
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, 0, in.c_str(), O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    std::vector<std::string> all{ORRERY_SIM_BINARY};
+    all.insert(all.end(), args.begin(), args.end());
+    std::vector<char*> argv;
+    for (auto& a : all) argv.push_back(a.data());
+    argv.push_back(nullptr);
+
+    SimRun run;
+    pid_t pid = 0;
+    if (posix_spawn(&pid, ORRERY_SIM_BINARY, &actions, nullptr, argv.data(), environ) == 0) {
+        int status = 0;
+        waitpid(pid, &status, 0);
+        run.exited = WIFEXITED(status);
+        run.status = run.exited ? WEXITSTATUS(status) : -1;
+    }
+    posix_spawn_file_actions_destroy(&actions);
+    run.out = slurp(out);
+    run.err = slurp(err);
+    return run;
+}
+
+/// Runs a scenario read from standard input and expects it to end normally.
+std::vector<json> scenario(const std::string& text) {
+    SimRun run = runSim({"-"}, text);
+    EXPECT_TRUE(run.exited) << "stderr: " << run.err;
+    EXPECT_EQ(run.status, 0) << "stderr: " << run.err;
+    return run.lines();
+}
+
+/// The first node named `name`, depth-first.
+const json* findNode(const json& node, const std::string& name) {
+    if (node["name"] == name) return &node;
+    for (const auto& child : node["children"])
+        if (const json* found = findNode(child, name)) return found;
+    return nullptr;
+}
+
+std::vector<std::string> childNames(const json& node) {
+    std::vector<std::string> names;
+    for (const auto& child : node["children"]) names.push_back(child["name"].is_string() ? child["name"].get<std::string>() : "");
+    return names;
+}
+
+class OrrerySimTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (std::string(ORRERY_SIM_BINARY).empty()) GTEST_SKIP() << "orrery-sim is not built";
+    }
+};
+
+// A pose that puts the centre of the Mars button (at (1.25, -2, -2)) in the middle of the screen.
+const std::string kLookAtMarsButton = "camera 0 0 0 -0.558599 -0.702257\n";
+
+} // namespace
+
+TEST_F(OrrerySimTest, StartSceneDump) {
+    auto lines = scenario("dump\n");
+    ASSERT_EQ(lines.size(), 1u);
+    const json& s = lines[0];
+
+    std::vector<std::string> keys;
+    for (auto it = s.begin(); it != s.end(); ++it) keys.push_back(it.key());
+    EXPECT_EQ(keys.size(), 9u);
+
+    EXPECT_DOUBLE_EQ(s["time"].get<double>(), 1.0 / 60.0);
+    EXPECT_EQ(s["selectedBody"], 3);
+    EXPECT_EQ(s["gestureHandled"], false);
+    EXPECT_EQ(s["isTextShown"], true);
+    EXPECT_EQ(s["session"], "running");
+    EXPECT_TRUE(s["anchors"].empty());
+    EXPECT_TRUE(s["openedURLs"].empty());
+
+    std::vector<std::string> expected{"Stars", "Earth", "planetData"};
+    for (const auto& button : orrery::BodyCatalog::buttons()) expected.emplace_back(button.nodeName);
+    EXPECT_EQ(childNames(s["scene"]), expected);
+
+    const json& earth = s["scene"]["children"][1];
+    EXPECT_EQ(earth["scale"], json::parse("[0.5,0.5,0.5]"));
+    EXPECT_EQ(earth["position"], json::parse("[0.0,0.0,-2.0]"));
+    ASSERT_EQ(earth["actions"].size(), 1u);
+    EXPECT_EQ(earth["actions"][0]["key"], "EarthAnimation");
+    EXPECT_EQ(earth["actions"][0]["action"]["type"], "repeatForever");
+    EXPECT_EQ(earth["actions"][0]["action"]["action"]["type"], "rotateBy");
+    EXPECT_TRUE(earth["geometry"].is_null());
+    ASSERT_FALSE(earth["children"].empty());
+
+    const json& label = s["scene"]["children"][2]["geometry"];
+    EXPECT_EQ(label["type"], "text");
+    EXPECT_EQ(label["string"], std::string(orrery::BodyCatalog::earthText));  // UTF-8 survives
+    EXPECT_EQ(label["extrusionDepth"], 0.2);
+    EXPECT_EQ(label["font"], json::parse(R"({"name":"Optima","size":1.0})"));
+    EXPECT_EQ(label["diffuse"], json::parse(R"({"red":1.0,"green":0.5,"blue":0.0,"alpha":1.0})"));
+    EXPECT_EQ(label["specular"], label["diffuse"]);
+
+    const json& recognizers = s["recognizers"];
+    ASSERT_EQ(recognizers.size(), 5u);
+    EXPECT_EQ(recognizers[0], json::parse(R"({"type":"UIPinchGestureRecognizer","action":"didPinch:"})"));
+    EXPECT_EQ(recognizers[3]["minimumPressDuration"], 0.5);
+    EXPECT_EQ(recognizers[4]["numberOfTapsRequired"], 2);
+    EXPECT_EQ(recognizers[4]["numberOfTouchesRequired"], 1);
+}
+
+TEST_F(OrrerySimTest, DumpTextKeepsFieldOrderAndReadsBackSameFloats) {
+    SimRun run = runSim({"-"}, "features 0.1,-1.4,-2\ntouch 100,700\nframe\ndump\n");
+    ASSERT_EQ(run.status, 0) << run.err;
+    const std::string& text = run.out;
+    const char* order[] = {"{\"time\":", "\"selectedBody\":", "\"gestureHandled\":", "\"isTextShown\":", "\"session\":",
+                           "\"anchors\":", "\"openedURLs\":", "\"recognizers\":", "\"scene\":{\"name\":null,\"position\":"};
+    std::size_t at = 0;
+    for (const char* key : order) {
+        std::size_t found = text.find(key, at);
+        ASSERT_NE(found, std::string::npos) << key;
+        at = found;
+    }
+    EXPECT_NE(text.find("\"position\":[0.0,0.0,0.0],\"scale\":[1.0,1.0,1.0],\"rotation\":[0.0,0.0,0.0,0.0],\"actions\":[],"
+                        "\"geometry\":null,\"children\":["),
+              std::string::npos);
+    // The button tilt is a float one step below pi/4: printed shortest, read back exactly.
+    EXPECT_NE(text.find("[1.0,0.0,0.0,0.7853981]"), std::string::npos);
+    auto s = json::parse(text);
+    const json& anchor = s["anchors"].at(0)["transform"];
+    ASSERT_EQ(anchor.size(), 16u);
+    EXPECT_EQ(static_cast<float>(anchor[12].get<double>()), 0.1f);
+    EXPECT_EQ(anchor[12].dump(), "0.1");
+    EXPECT_EQ(static_cast<float>(anchor[13].get<double>()), -1.4f);
+    EXPECT_EQ(anchor[15], 1.0);
+}
+
+TEST_F(OrrerySimTest, ButtonsViewModesAndHelp) {
+    auto lines = scenario("press SolarSystemButton\ndump\n" + kLookAtMarsButton + "touch @MarsButton\ndump\n"
+                          "press HelpButton\ndump\n");
+    ASSERT_EQ(lines.size(), 3u);
+
+    const json& overview = lines[0];
+    EXPECT_EQ(overview["selectedBody"], 3);  // press goes to pressButton only
+    int attachedBodies = 0;
+    for (const auto& body : orrery::BodyCatalog::bodies())
+        if (body.bodyIndex)
+            for (const auto& child : overview["scene"]["children"])
+                if (child["name"] == std::string(body.nodeName)) {
+                    ++attachedBodies;
+                    EXPECT_EQ(child["actions"].size(), 1u) << body.nodeName;
+                }
+    EXPECT_EQ(attachedBodies, 15);
+    const json* label = findNode(overview["scene"], "planetData");
+    ASSERT_NE(label, nullptr);
+    EXPECT_EQ((*label)["geometry"]["string"], std::string(orrery::BodyCatalog::sunText));
+
+    const json& mars = lines[1];
+    EXPECT_EQ(mars["selectedBody"], 6);
+    EXPECT_EQ((*findNode(mars["scene"], "planetData"))["geometry"]["string"], std::string(orrery::BodyCatalog::marsText));
+
+    const json& help = lines[2];
+    EXPECT_EQ(help["selectedBody"], 6);
+    ASSERT_EQ(help["openedURLs"].size(), 1u);
+    EXPECT_EQ(help["openedURLs"][0]["options"], 0);
+    EXPECT_EQ(help["openedURLs"][0]["completion"], false);
+    EXPECT_EQ(help["openedURLs"][0]["url"].get<std::string>().rfind("http", 0), 0u);
+}
+
+TEST_F(OrrerySimTest, PlacementAndGestures) {
+    auto lines = scenario(
+        "features 0,-1.4,-2\ntouch 100,700\nframe\ndump\n"
+        "hits @Earth/mesh\npinch changed 195,400 1.5\ndump\n"
+        "touch 100,700\nframe\ndump\n"
+        "hits @Earth\nlongpress began 195,400\nframe 2\ndump\n");
+    ASSERT_EQ(lines.size(), 4u);
+
+    const json& placed = lines[0];
+    ASSERT_EQ(placed["anchors"].size(), 1u);
+    const auto& transform = placed["anchors"][0]["transform"];
+    EXPECT_EQ(transform[12], 0.0);
+    EXPECT_EQ(static_cast<float>(transform[13].get<double>()), -1.4f);
+    EXPECT_EQ(transform[14], -2.0);
+    const json& anchorNode = placed["scene"]["children"].back();
+    EXPECT_TRUE(anchorNode["name"].is_null());
+    ASSERT_EQ(anchorNode["children"].size(), 1u);
+    EXPECT_EQ(anchorNode["children"][0]["name"], "Earth");
+    EXPECT_EQ(anchorNode["children"][0]["scale"], json::parse("[0.5,0.5,0.5]"));
+    EXPECT_EQ(anchorNode["children"][0]["position"], json::parse("[0.0,0.5,0.0]"));
+
+    const json& pinched = lines[1];
+    EXPECT_EQ(pinched["gestureHandled"], true);
+    EXPECT_EQ(findNode(pinched["scene"], "Earth")->at("scale"), json::parse("[0.75,0.75,0.75]"));
+
+    // The touch that ends the pinch places nothing and clears the flag.
+    EXPECT_EQ(lines[2]["anchors"].size(), 1u);
+    EXPECT_EQ(lines[2]["gestureHandled"], false);
+
+    // A long press removes the model from the scene; its placed copy stays.
+    const json& pressed = lines[3];
+    EXPECT_EQ(pressed["gestureHandled"], true);
+    EXPECT_EQ(childNames(pressed["scene"])[1], "planetData");
+    EXPECT_NE(findNode(pressed["scene"], "Earth"), nullptr);  // the copy under the anchor
+}
+
+TEST_F(OrrerySimTest, CallsReportsEachCallOnce) {
+    auto lines = scenario("calls\nhits @Earth/mesh\npinch changed 1,1 2\ncalls\ncalls\n");
+    ASSERT_EQ(lines.size(), 3u);
+    for (const auto& line : lines) {
+        ASSERT_TRUE(line.is_object());
+        ASSERT_EQ(line.size(), 1u);
+        ASSERT_TRUE(line["calls"].is_array());
+        for (const auto& call : line["calls"]) {
+            ASSERT_EQ(call.size(), 3u);
+            EXPECT_TRUE(call["op"].is_string());
+            EXPECT_TRUE(call["target"].is_string() || call["target"].is_null());
+            EXPECT_TRUE(call["args"].is_array());
+        }
+    }
+    EXPECT_GT(lines[0]["calls"].size(), 35u);  // loading and placing the 35 models
+    bool scaledEarth = false;
+    for (const auto& call : lines[1]["calls"])
+        if (call["op"] == "runAction:forKey:" && call["target"] == "Earth") scaledEarth = true;
+    EXPECT_TRUE(scaledEarth) << lines[1].dump();
+    EXPECT_TRUE(lines[2]["calls"].empty());
+}
+
+TEST_F(OrrerySimTest, BadLinesStopWithLineNumberBeforeRunning) {
+    struct Case {
+        const char* line;
+        const char* mentions;  ///< a word the message must contain
+    };
+    const Case cases[] = {
+        {"jump", "jump"},
+        {"touch", "touch"},
+        {"camera 0 0 0 0", "camera"},
+        {"dump now", "dump"},
+        {"advance 1s", "1s"},
+        {"camera 0 0 0 nan 0", "nan"},
+        {"pinch changed 10,10 1.5x", "1.5x"},
+        {"touch 10,ten", "10,ten"},
+        {"features 0,1", "0,1"},
+        {"frame 1.5", "1.5"},
+        {"pinch moving 10,10 1.5", "moving"},
+        {"longpress 6 10,10", "6"},
+        {"hits @Nowhere", "Nowhere"},
+        {"hits Earth", "Earth"},
+        {"hits none @Earth", "none"},
+        {"touch @Nowhere", "Nowhere"},
+        {"touch @\"Mars Button\"", "Mars Button"},
+        {"press \"Sun", "\""},
+        {"touch @MarsButton", "off screen"},
+        {"camera 0 0 0 3.14159 0\ndoubletap @Earth", "off screen"},
+    };
+    for (const Case& c : cases) {
+        std::string text = std::string("dump\n") + c.line + "\ndump\n";
+        int badLine = 2 + static_cast<int>(std::count(c.line, c.line + std::strlen(c.line), '\n'));
+        SimRun run = runSim({"-"}, text);
+        EXPECT_TRUE(run.exited) << c.line;
+        EXPECT_EQ(run.status, 2) << c.line;
+        std::string prefix = "orrery-sim: " + std::to_string(badLine) + ": ";
+        EXPECT_EQ(run.err.rfind(prefix, 0), 0u) << c.line << " -> " << run.err;
+        EXPECT_NE(run.err.find(c.mentions, prefix.size()), std::string::npos) << c.line << " -> " << run.err;
+        EXPECT_EQ(std::count(run.err.begin(), run.err.end(), '\n'), 1) << run.err;
+        EXPECT_EQ(run.lines().size(), 1u) << c.line;  // the first dump ran, nothing after the bad line
+    }
+}
+
+TEST_F(OrrerySimTest, CommandLine) {
+    SimRun help = runSim({"--help"});
+    EXPECT_EQ(help.status, 0);
+    const orrery::memory::SimulatedCamera camera{};
+    std::ostringstream screen;
+    screen << camera.viewport.width << " x " << camera.viewport.height << " points";
+    EXPECT_NE(help.out.find(screen.str()), std::string::npos) << help.out;
+    std::ostringstream fov;
+    fov << "vertical field of view " << std::lround(camera.verticalFieldOfView * 180 / M_PI) << " degrees";
+    EXPECT_NE(help.out.find(fov.str()), std::string::npos) << help.out;
+    for (const char* command : {"appear", "disappear", "memorywarning", "camera", "frame", "advance", "hits", "features",
+                                "touch", "press", "pinch", "rotate", "pan", "longpress", "doubletap", "dump", "calls"})
+        EXPECT_NE(help.out.find(std::string("\n  ") + command), std::string::npos) << command;
+
+    for (const std::vector<std::string>& args : std::vector<std::vector<std::string>>{
+             {"--frobnicate"}, {"--assets"}, {"/nonexistent/scenario"}, {"/tmp"}, {"a", "b"}, {"--assets", "/nonexistent"}}) {
+        SimRun bad = runSim(args);
+        EXPECT_EQ(bad.status, 2) << args[0];
+        EXPECT_EQ(bad.err.rfind("orrery-sim: ", 0), 0u) << bad.err;
+        EXPECT_TRUE(bad.out.empty());
+    }
+
+    // A scenario file, quoted names and comments; the session pauses and resumes.
+    TempDir dir;
+    fs::path file = dir.path / "s.scenario";
+    std::ofstream(file) << "# comment\n\ndisappear  # trailing\ndump\nappear\nmemorywarning\nframe 3\nadvance 0.5\n"
+                           "press \"Sun Button\"\ndump\n";
+    SimRun run = runSim({file.string()});
+    ASSERT_EQ(run.status, 0) << run.err;
+    auto lines = run.lines();
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[0]["session"], "paused");
+    EXPECT_EQ(lines[1]["session"], "running");
+    EXPECT_NEAR(lines[1]["time"].get<double>(), 4.0 / 60.0 + 0.5, 1.0 / 60.0);
+    EXPECT_EQ(lines[1]["selectedBody"], 3);
+}
+
+TEST_F(OrrerySimTest, MissingModelStopsAbnormally) {
+    TempDir dir;
+    fs::create_directories(dir.path / "art.scnassets");
+    SimRun run = runSim({"--assets", (dir.path / "art.scnassets").string(), "-"}, "dump\n");
+    EXPECT_FALSE(run.exited);
+    EXPECT_TRUE(run.out.empty());
+    EXPECT_EQ(run.err.find("orrery-sim:"), std::string::npos);
+}
+
+TEST_F(OrrerySimTest, DemoRunsToTheEndWithNarration) {
+    SimRun run = runSim({});
+    EXPECT_EQ(run.status, 0) << run.err;
+    EXPECT_TRUE(run.err.empty()) << run.err;
+    for (const char* step : {"> touch @SolarSystemButton", "> touch @HelpButton", "> pinch", "> rotate", "> pan",
+                             "> longpress", "> doubletap", "the scene holds:"})
+        EXPECT_NE(run.out.find(step), std::string::npos) << step;
+    EXPECT_EQ(run.out.find("{\""), std::string::npos);  // dumps are told, not printed raw
+}
