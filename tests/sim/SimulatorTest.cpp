@@ -382,3 +382,33 @@ TEST_F(OrrerySimTest, DemoRunsToTheEndWithNarration) {
         EXPECT_NE(run.out.find(step), std::string::npos) << step;
     EXPECT_EQ(run.out.find("{\""), std::string::npos);  // dumps are told, not printed raw
 }
+
+TEST_F(OrrerySimTest, PreparedHitsReplaceGeometricAnswersOnce) {
+    auto lines = scenario(
+        // The Earth is straight ahead: a geometric double tap at the centre finds it.
+        "doubletap 195,422\ndump\n"
+        "touch 195,422\nhits none\ndoubletap 195,422\ndump\n"
+        "features none\ntouch 195,800\nframe\ndump\n"
+        "touch 195,800\nframe\ndump\n"
+        "hits @Earth/mesh\npan changed 1,1 100 -50\nhits @Earth/mesh\nrotate changed 1,1 0.5\ndump\n");
+    ASSERT_EQ(lines.size(), 5u);
+    EXPECT_EQ(lines[0]["gestureHandled"], true);
+    EXPECT_EQ(lines[1]["gestureHandled"], false);  // cleared by the touch; the next tap found nothing
+    EXPECT_TRUE(lines[2]["anchors"].empty());
+    EXPECT_EQ(lines[3]["anchors"].size(), 1u);  // the room answers again
+    const json* earth = findNode(lines[4]["scene"], "Earth");
+    ASSERT_NE(earth, nullptr);
+    EXPECT_EQ((*earth)["position"], json::parse("[0.1,0.05,-2.0]"));
+    EXPECT_TRUE((*earth)["actions"].empty());  // the turn stopped the spin
+    EXPECT_EQ(lines[4]["gestureHandled"], true);
+}
+
+TEST_F(OrrerySimTest, DetachedModelsCanBeTargetedButNotTouched) {
+    SimRun run = runSim({"-"}, "hits @Earth\nlongpress began 1,1\nhits @Earth/mesh\ndoubletap 1,1\ndump\ntouch @Earth\n");
+    EXPECT_EQ(run.status, 2);
+    EXPECT_EQ(run.err.rfind("orrery-sim: 6: ", 0), 0u) << run.err;
+    auto lines = run.lines();
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(findNode(lines[0]["scene"], "Earth"), nullptr);
+    EXPECT_EQ(lines[0]["gestureHandled"], true);  // the double tap reached the detached model
+}
