@@ -439,10 +439,14 @@ void MemoryNode::advanceActions(double seconds) {
     std::vector<RunningAction> running = actions_;
     std::vector<RunningAction> kept;
     for (auto& entry : running) {
-        const double from = entry.elapsed, to = from + seconds;
-        applyProgress(*entry.action, from, to);
         const Flattened f = flatten(*entry.action);
         const double leafTime = f.leaf ? leafDuration(*f.leaf) : 0.0;
+        const double from = entry.elapsed;
+        double to = from + seconds;
+        // Frame steps of 1/60 s do not add up exactly; an action that is due ends now, exactly.
+        if (!f.forever && f.leaf && to >= leafTime * f.repeats - 1e-9 * std::max(1.0, leafTime * f.repeats))
+            to = leafTime * f.repeats;
+        applyProgress(*entry.action, from, to);
         if (f.forever) {
             // Keep the clock within one leaf run so that long spins keep their precision.
             entry.elapsed = leafTime > 0 ? std::fmod(to, leafTime) : 0.0;

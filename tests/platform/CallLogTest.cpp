@@ -1,0 +1,148 @@
+#include "platform/memory/MemoryPlatform.h"
+#include "tests/platform/MemoryTestSupport.h"
+
+#include <gtest/gtest.h>
+
+using namespace orrery;
+using namespace orrery::memory;
+using Json = nlohmann::json;
+
+namespace {
+
+double f(float value) { return static_cast<double>(value); }
+
+} // namespace
+
+TEST(MemoryCallLog, RecordsOperationsWithTargetsAndArguments) {
+    MemoryPlatform platform;
+    auto scene = platform.newScene();
+    auto root = scene->rootNode();
+    auto earth = MemoryNode::make(platform.log);
+    earth->setName("Earth");
+    earth->setScale({0.1f, 0.1f, 0.1f});
+    earth->setRotation({1, 0, 0, 0.7853981f});
+    root->addChildNode(earth);
+    earth->runActionForKey(SCNAction::repeatActionForever(SCNAction::rotateByXYZDuration(0, 0.5, 0, 1)), "EarthAnimation");
+    platform.view->hitTestOptions({10, 20.5}, {{SCNHitTestBoundingBoxOnlyKey, true}});
+    platform.sharedApplication().openURLOptionsCompletionHandler({"https://example.org/guide"}, {}, nullptr);
+
+    const auto calls = platform.log->takeNew();
+    ASSERT_EQ(calls.size(), 10u);
+    EXPECT_EQ(calls[0].op, "init");
+    EXPECT_EQ(calls[0].args, Json::array());
+    EXPECT_EQ(calls[1].op, "rootNode");
+    EXPECT_EQ(calls[2].op, "setName:");
+    EXPECT_EQ(calls[2].target, std::nullopt);  // not named yet when called
+    EXPECT_EQ(calls[3].op, "setScale:");
+    EXPECT_EQ(calls[3].target, "Earth");
+    EXPECT_EQ(calls[3].args, Json::parse("[[" + Json(f(0.1f)).dump() + "," + Json(f(0.1f)).dump() + "," +
+                                         Json(f(0.1f)).dump() + "]]"));
+    EXPECT_EQ(calls[4].args[0][3].get<double>(), f(0.7853981f));
+    EXPECT_EQ(calls[5].op, "addChildNode:");
+    EXPECT_EQ(calls[5].target, std::nullopt);
+    EXPECT_EQ(calls[5].args, Json::array({"Earth"}));
+    EXPECT_EQ(calls[6].op, "runAction:forKey:");
+    EXPECT_EQ(calls[6].args, Json::parse(R"([{"type":"repeatForever","action":{"type":"rotateBy","x":0.0,"y":0.5,"z":0.0,
+        "duration":1.0}},"EarthAnimation"])"));
+    EXPECT_EQ(calls[7].op, "hitTest:options:");
+    EXPECT_EQ(calls[7].args, Json::parse(R"([[10.0,20.5],{"SCNHitTestBoundingBoxOnlyKey":true}])"));
+    EXPECT_EQ(calls[8].op, "sharedApplication");
+    EXPECT_EQ(calls[9].op, "openURL:options:completionHandler:");
+    EXPECT_EQ(calls[9].args, Json::parse(R"(["https://example.org/guide",{},false])"));
+
+    // What the simulator does by itself is not a platform call.
+    platform.view->setScene(scene);
+    platform.log->takeNew();
+    platform.view->session().runWithConfigurationOptions({}, 0);
+    platform.view->session().addAnchor(std::make_shared<ARAnchor>(makeTranslation({1, 2, 3})));
+    platform.advance(0.5);
+    platform.view->geometricHitTest({0, 0});
+    const auto later = platform.log->takeNew();
+    ASSERT_EQ(later.size(), 4u);
+    EXPECT_EQ(later[0].op, "session");
+    EXPECT_EQ(later[1].op, "runWithConfiguration:options:");
+    EXPECT_EQ(later[3].op, "addAnchor:");
+    EXPECT_EQ(later[3].args[0][12].get<double>(), 1.0);
+    EXPECT_EQ(later[3].args[0][14].get<double>(), 3.0);
+}
+
+TEST(MemoryServices, TextGeometryKeepsItsSettings) {
+    MemoryPlatform platform;
+    auto text = platform.textWithStringExtrusionDepth("Mars\nFourth planet", 0.2);
+    text->setFont(platform.fontWithNameSize("Optima", 1.0));
+    auto material = text->firstMaterial();
+    material->diffuse()->setContents(UIColor::orangeColor());
+    material->specular()->setContents(UIColor::orangeColor());
+    auto node = asMemory(platform.nodeWithGeometry(text));
+
+    auto* memoryText = dynamic_cast<MemoryTextGeometry*>(node->nodeGeometry.get());
+    ASSERT_NE(memoryText, nullptr);
+    EXPECT_EQ(memoryText->string, "Mars\nFourth planet");
+    EXPECT_EQ(memoryText->extrusionDepth, 0.2);
+    EXPECT_EQ(memoryText->font, (UIFont{"Optima", 1.0}));
+    EXPECT_EQ(memoryText->material->diffuseProperty->contents, MaterialContents(UIColor::orangeColor()));
+    EXPECT_EQ(memoryText->material->specularProperty->contents, MaterialContents(UIColor::orangeColor()));
+    EXPECT_EQ(text->boundingBox().max.z, 0.2f);
+    EXPECT_GT(text->boundingBox().max.x, text->boundingBox().min.x);
+    EXPECT_FALSE(node->nodeName.has_value());
+
+    EXPECT_EQ(platform.fontWithNameSize("NoSuchFont", 1.0), std::nullopt);
+    const auto ops = platform.log->calls();
+    EXPECT_EQ(ops[1].args, Json::parse(R"(["Optima",1.0])"));
+    EXPECT_EQ(ops[2].args, Json::parse(R"([{"fontName":"Optima","pointSize":1.0}])"));
+    EXPECT_EQ(ops[4].op, "diffuse");
+    EXPECT_EQ(ops[5].op, "setContents:");
+    EXPECT_EQ(ops[5].args, Json::parse(R"([{"red":1.0,"green":0.5,"blue":0.0,"alpha":1.0}])"));
+}
+
+TEST(MemoryServices, AddressesRecognisersBrowserAndScenes) {
+    MemoryPlatform platform;
+    EXPECT_EQ(platform.URLWithString("https://example.org/a_b-c~d?q=1&r=%2F#top"),
+              NSURL{"https://example.org/a_b-c~d?q=1&r=%2F#top"});
+    for (const char* bad : {"", "   ", "https://example.org/a b", "https://example.org/%2", "https://example.org/%zz",
+                            "https://example.org/<x>", "https://exämple.org"})
+        EXPECT_EQ(platform.URLWithString(bad), std::nullopt) << bad;
+
+    int pinched = 0;
+    UIViewController controller;
+    auto pinch = platform.newPinchGestureRecognizer(&controller, {"didPinch:", [&](UIGestureRecognizer&) { ++pinched; }});
+    auto tap = platform.newTapGestureRecognizer(&controller, {"didDoubleTap:", nullptr});
+    tap->setNumberOfTapsRequired(2);
+    tap->setNumberOfTouchesRequired(1);
+    platform.view->addGestureRecognizer(tap);
+    platform.view->addGestureRecognizer(pinch);
+    ASSERT_EQ(platform.view->gestureRecognizers.size(), 2u);
+    EXPECT_EQ(platform.view->gestureRecognizers[0], tap);
+    auto& tapRecord = dynamic_cast<MemoryRecognizerBase&>(*tap).record;
+    EXPECT_EQ(tapRecord.type, "UITapGestureRecognizer");
+    EXPECT_EQ(tapRecord.target, &controller);
+    EXPECT_EQ(tapRecord.numberOfTapsRequired, 2u);
+    EXPECT_EQ(tapRecord.numberOfTouchesRequired, 1u);
+    dynamic_cast<MemoryRecognizerBase&>(*pinch).sendAction();
+    EXPECT_EQ(pinched, 1);
+
+    bool opened = false;
+    platform.sharedApplication().openURLOptionsCompletionHandler({"https://example.org"}, {}, [&](bool ok) { opened = ok; });
+    EXPECT_EQ(platform.application.openedURLs.size(), 1u);
+    EXPECT_FALSE(opened);  // the handler waits for the main queue
+    platform.drainMainQueue();
+    EXPECT_TRUE(opened);
+
+    // Prepared scenes come first and their nodes record into the platform's log.
+    platform.preparedScenes["art.scnassets/Test/Test.dae"] = [] {
+        auto root = MemoryNode::make();
+        root->nodeName = "Test";
+        return std::make_shared<MemoryScene>(nullptr, root);
+    };
+    auto scene = platform.sceneNamed("art.scnassets/Test/Test.dae");
+    ASSERT_NE(scene, nullptr);
+    platform.log->takeNew();
+    scene->rootNode()->setPosition({1, 2, 3});
+    const auto calls = platform.log->takeNew();
+    ASSERT_EQ(calls.size(), 2u);
+    EXPECT_EQ(calls[1].target, "Test");
+    EXPECT_EQ(platform.sceneNamed("art.scnassets/Missing/Missing.dae"), nullptr);
+
+    EXPECT_EQ(platform.UIApplicationMain(0, nullptr, std::nullopt, "AppDelegate"), 0);
+    EXPECT_EQ(platform.log->calls().back().args, Json::parse(R"([0,null,"AppDelegate"])"));
+}

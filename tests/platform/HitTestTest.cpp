@@ -1,0 +1,152 @@
+#include "platform/memory/MemoryPlatform.h"
+#include "tests/platform/MemoryTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <numbers>
+
+using namespace orrery;
+using namespace orrery::memory;
+using orrery::memory::support::boxNode;
+
+namespace {
+
+const SCNHitTestOptions boxesOnly{{SCNHitTestBoundingBoxOnlyKey, true}};
+
+class MemoryHitTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        platform.view->setScene(platform.newScene());
+        root = platform.view->currentScene->root();
+    }
+    /// The default 390 x 844 portrait view with a 60 degree vertical field of view.
+    CGPoint centre() const { return {195, 422}; }
+    double focal() const { return 422.0 / std::tan(std::numbers::pi / 6); }
+
+    std::vector<std::shared_ptr<SCNNode>> hitNodes(CGPoint at) {
+        std::vector<std::shared_ptr<SCNNode>> nodes;
+        for (const auto& r : platform.view->hitTestOptions(at, boxesOnly)) nodes.push_back(r.node);
+        return nodes;
+    }
+
+    /// A named, scaled, moved model root with a nameless unit mesh below it.
+    std::shared_ptr<MemoryNode> model(const char* name, SCNVector3 position, float scale) {
+        auto top = MemoryNode::make();
+        top->nodeName = name;
+        top->nodePosition = position;
+        top->nodeScale = {scale, scale, scale};
+        top->appendChild(boxNode({-0.5f, -0.5f, -0.5f}, {0.5f, 0.5f, 0.5f}));
+        return top;
+    }
+
+    MemoryPlatform platform;
+    std::shared_ptr<MemoryNode> root;
+};
+
+} // namespace
+
+TEST_F(MemoryHitTest, NestedModelsReturnTheirMeshesNearestFirst) {
+    auto far = model("Far", {0, 0, -10}, 1);
+    auto near = model("Near", {0.8f, 0, -5}, 2);  // world box x in [-0.2, 1.8]
+    root->appendChild(far);
+    root->appendChild(near);
+    root->appendChild(MemoryNode::make());  // no geometry: never reported
+    auto emptyText = MemoryNode::make();
+    emptyText->nodeGeometry = std::make_shared<MemoryTextGeometry>(nullptr, "", 0.2);
+    emptyText->nodePosition = {0, 0, -3};
+    root->appendChild(emptyText);
+
+    auto hits = hitNodes(centre());
+    ASSERT_EQ(hits.size(), 2u);
+    EXPECT_EQ(hits[0], near->children()[0]);
+    EXPECT_EQ(hits[1], far->children()[0]);
+
+    // Right of x = 0.5 at depth 10 only the scaled model remains under the point.
+    const CGPoint right{195 + focal() * 1.0 / 5.0, 422};
+    hits = hitNodes(right);
+    ASSERT_EQ(hits.size(), 1u);
+    EXPECT_EQ(hits[0], near->children()[0]);
+
+    // Detached models are not in the scene.
+    near->detach();
+    EXPECT_TRUE(hitNodes(right).empty());
+}
+
+TEST_F(MemoryHitTest, CameraInsideABoxHitsItWhereTheRayLeaves) {
+    auto room = boxNode({-3, -3, -9}, {3, 3, 3}, "Room");  // the ray leaves at depth 9
+    auto before = boxNode({-0.5f, -0.5f, -5.5f}, {0.5f, 0.5f, -4.5f}, "Before");
+    auto after = boxNode({-0.5f, -0.5f, -12.5f}, {0.5f, 0.5f, -11.5f}, "After");
+    root->appendChild(after);
+    root->appendChild(room);
+    root->appendChild(before);
+    const auto hits = hitNodes(centre());
+    ASSERT_EQ(hits.size(), 3u);
+    EXPECT_EQ(hits[0], before);
+    EXPECT_EQ(hits[1], room);
+    EXPECT_EQ(hits[2], after);
+}
+
+TEST_F(MemoryHitTest, YawTurnsLeftAndPitchTiltsUp) {
+    auto left = boxNode({-5.2f, -0.2f, -0.2f}, {-4.8f, 0.2f, 0.2f}, "Left");
+    auto above = boxNode({-0.2f, 1.8f, -5.2f}, {0.2f, 2.2f, -4.8f}, "Above");
+    root->appendChild(left);
+    root->appendChild(above);
+
+    // Straight ahead both are off the ray; the box above shows near the top of the view.
+    EXPECT_TRUE(hitNodes(centre()).empty());
+    const CGPoint upper{195, 422 - focal() * 2.0 / 5.0};
+    EXPECT_EQ(hitNodes(upper), std::vector<std::shared_ptr<SCNNode>>{above});
+
+    platform.view->camera.pitch = static_cast<float>(std::atan2(2.0, 5.0));
+    EXPECT_EQ(hitNodes(centre()), std::vector<std::shared_ptr<SCNNode>>{above});
+
+    // Turned left to 0.2 rad short of the box, it lies left of the centre.
+    platform.view->camera.pitch = 0;
+    platform.view->camera.yaw = static_cast<float>(std::numbers::pi / 2 - 0.2);
+    EXPECT_TRUE(hitNodes(centre()).empty());
+    EXPECT_TRUE(hitNodes({195 + focal() * std::tan(0.2), 422}).empty());
+    EXPECT_EQ(hitNodes({195 - focal() * std::tan(0.2), 422}), std::vector<std::shared_ptr<SCNNode>>{left});
+}
+
+TEST_F(MemoryHitTest, PreparedListsAnswerTheNextQueryOnly) {
+    auto box = boxNode({-1, -1, -6}, {1, 1, -4}, "Box");
+    root->appendChild(box);
+    auto elsewhere = MemoryNode::make();
+    platform.view->prepareSceneHits({elsewhere, box});
+    EXPECT_EQ(hitNodes({0, 0}), (std::vector<std::shared_ptr<SCNNode>>{elsewhere, box}));
+    EXPECT_TRUE(hitNodes({0, 0}).empty());
+    EXPECT_EQ(hitNodes(centre()), std::vector<std::shared_ptr<SCNNode>>{box});
+
+    platform.view->prepareFeatureHits({makeTranslation({1, 2, 3})});
+    auto features = platform.view->hitTestTypes({0, 0}, ARHitTestResultTypeFeaturePoint);
+    ASSERT_EQ(features.size(), 1u);
+    EXPECT_EQ(features[0].worldTransform, makeTranslation({1, 2, 3}));
+    // No frame yet, so the room answers nothing.
+    EXPECT_TRUE(platform.view->hitTestTypes({0, 0}, ARHitTestResultTypeFeaturePoint).empty());
+}
+
+TEST_F(MemoryHitTest, FeaturePointsLieOnTheRoomNearestFirst) {
+    platform.view->session().runWithConfigurationOptions({}, 0);
+    const CGPoint below{195, 422 + focal() * 1.0 / 1.9};  // towards (0, -1, -1.9)
+    EXPECT_TRUE(platform.view->hitTestTypes(below, ARHitTestResultTypeFeaturePoint).empty());
+
+    platform.runFrame();
+    const auto hits = platform.view->hitTestTypes(below, ARHitTestResultTypeFeaturePoint);
+    ASSERT_EQ(hits.size(), 2u);
+    const auto& table = hits[0].worldTransform.columns[3];
+    const auto& floor = hits[1].worldTransform.columns[3];
+    EXPECT_NEAR(table[0], 0, 1e-4);
+    EXPECT_NEAR(table[1], -1.0, 1e-5);
+    EXPECT_NEAR(table[2], -1.9, 1e-4);
+    EXPECT_NEAR(floor[1], -1.4, 1e-5);
+    EXPECT_NEAR(floor[2], -1.9 * 1.4, 1e-4);
+    // Pure translations.
+    for (const auto& hit : hits) {
+        auto rotationPart = hit.worldTransform;
+        rotationPart.columns[3] = {0, 0, 0, 1};
+        EXPECT_EQ(rotationPart, matrix_identity_float4x4());
+    }
+    // Looking up there is nothing to hit.
+    EXPECT_TRUE(platform.view->hitTestTypes({195, 100}, ARHitTestResultTypeFeaturePoint).empty());
+}

@@ -1,0 +1,97 @@
+#include "platform/memory/MemoryScene.h"
+#include "tests/platform/MemoryTestSupport.h"
+
+#include <gtest/gtest.h>
+
+using namespace orrery;
+using namespace orrery::memory;
+
+namespace {
+
+std::shared_ptr<MemoryNode> named(const char* name) {
+    auto node = MemoryNode::make();
+    node->setName(name);
+    return node;
+}
+
+int countOf(const MemoryNode& parent, const std::shared_ptr<MemoryNode>& child) {
+    int n = 0;
+    for (const auto& c : parent.children()) n += c == child;
+    return n;
+}
+
+} // namespace
+
+TEST(MemoryNodeTree, AddingAParentedNodeMovesItAndNeverDuplicates) {
+    auto scene = named("root"), other = named("other"), earth = named("Earth"), moon = named("Moon");
+    scene->addChildNode(earth);
+    scene->addChildNode(moon);
+    other->addChildNode(earth);
+    EXPECT_EQ(countOf(*scene, earth), 0);
+    EXPECT_EQ(countOf(*other, earth), 1);
+    EXPECT_EQ(earth->parentNode(), other);
+
+    // Re-adding under the same parent appends it once more at the end, not twice.
+    scene->addChildNode(earth);
+    scene->addChildNode(moon);
+    scene->addChildNode(earth);
+    ASSERT_EQ(scene->children().size(), 2u);
+    EXPECT_EQ(scene->children()[0], moon);
+    EXPECT_EQ(scene->children()[1], earth);
+    EXPECT_TRUE(other->children().empty());
+
+    // A node cannot be hung below its own subtree.
+    earth->addChildNode(scene);
+    EXPECT_EQ(scene->parentNode(), nullptr);
+    EXPECT_TRUE(earth->children().empty());
+}
+
+TEST(MemoryNodeTree, RemovedNodeKeepsItsTransformAndCanComeBack) {
+    auto root = named("root"), sun = named("Sun");
+    sun->setPosition({1, 2, 3});
+    sun->setScale({0.5f, 0.5f, 0.5f});
+    sun->setRotation({0, 1, 0, 0.25f});
+    root->addChildNode(sun);
+    sun->removeFromParentNode();
+    EXPECT_EQ(sun->parentNode(), nullptr);
+    EXPECT_TRUE(root->children().empty());
+
+    sun->removeFromParentNode();  // detached: nothing happens
+    EXPECT_EQ(sun->parentNode(), nullptr);
+
+    root->addChildNode(sun);
+    EXPECT_EQ(sun->parentNode(), root);
+    EXPECT_EQ(sun->position(), (SCNVector3{1, 2, 3}));
+    EXPECT_EQ(sun->scale(), (SCNVector3{0.5f, 0.5f, 0.5f}));
+    EXPECT_EQ(sun->rotation(), (SCNVector4{0, 1, 0, 0.25f}));
+}
+
+TEST(MemoryNodeTree, CloneCopiesTheSubtreeAndSharesGeometry) {
+    auto holder = named("holder");
+    auto model = named("Mars");
+    model->setPosition({0, 0, -2});
+    auto mesh = support::boxNode({-1, -1, -1}, {1, 1, 1});
+    model->addChildNode(mesh);
+    holder->addChildNode(model);
+    model->runActionForKey(SCNAction::repeatActionForever(SCNAction::rotateByXYZDuration(0, 1, 0, 1)), "spin");
+
+    auto copy = asMemory(model->clone());
+    ASSERT_TRUE(copy);
+    EXPECT_NE(copy, model);
+    EXPECT_EQ(copy->parentNode(), nullptr);
+    EXPECT_EQ(copy->name(), "Mars");
+    EXPECT_EQ(copy->position(), (SCNVector3{0, 0, -2}));
+    ASSERT_EQ(copy->children().size(), 1u);
+    const auto& copiedMesh = copy->children()[0];
+    EXPECT_NE(copiedMesh, mesh);
+    EXPECT_EQ(copiedMesh->parent(), copy);
+    EXPECT_EQ(copiedMesh->geometry(), mesh->geometry());
+    EXPECT_EQ(copiedMesh->geometry()->firstMaterial(), mesh->geometry()->firstMaterial());
+
+    // The copy is its own node: changing it leaves the source alone.
+    copy->setPosition({5, 5, 5});
+    copiedMesh->removeFromParentNode();
+    EXPECT_EQ(model->position(), (SCNVector3{0, 0, -2}));
+    EXPECT_EQ(model->children().size(), 1u);
+    EXPECT_EQ(model->parentNode(), holder);
+}

@@ -1,0 +1,107 @@
+#include "platform/memory/MemoryPlatform.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+using namespace orrery;
+using namespace orrery::memory;
+
+namespace {
+
+/// Hands every new anchor node to the main queue, as the view controller does.
+class QueueingDelegate : public ARSCNViewDelegate {
+public:
+    explicit QueueingDelegate(MemoryPlatform& platform) : platform_(platform) {}
+    void rendererDidAddNodeForAnchor(ARSCNView&, const std::shared_ptr<SCNNode>& node,
+                                     const std::shared_ptr<ARAnchor>& anchor) override {
+        events.push_back("callback " + std::to_string(anchor->transform().columns[3][0]));
+        nodes.push_back(node);
+        attachedAtCallback.push_back(asMemory(node)->parent() != nullptr);
+        platform_.mainQueueAsync([this, anchor] { events.push_back("block " + std::to_string(anchor->transform().columns[3][0])); });
+    }
+    std::vector<std::string> events;
+    std::vector<std::shared_ptr<SCNNode>> nodes;
+    std::vector<bool> attachedAtCallback;
+
+private:
+    MemoryPlatform& platform_;
+};
+
+std::shared_ptr<ARAnchor> anchorAt(float x) { return std::make_shared<ARAnchor>(makeTranslation({x, 0.5f, -2})); }
+
+} // namespace
+
+TEST(MemorySession, AnchorsAreReportedOnTheNextRunningFrame) {
+    MemoryPlatform platform;
+    QueueingDelegate delegate(platform);
+    auto& view = *platform.view;
+    view.setScene(platform.newScene());
+    view.setDelegate(&delegate);
+    auto& session = view.session();
+
+    session.addAnchor(anchorAt(1));
+    platform.runFrame();  // not started: no frame, nothing reported
+    EXPECT_EQ(session.currentFrame(), nullptr);
+    EXPECT_TRUE(delegate.events.empty());
+
+    session.runWithConfigurationOptions({}, ARSessionRunOptionNone);
+    session.addAnchor(anchorAt(2));
+    EXPECT_TRUE(delegate.events.empty());  // nothing before the frame
+    platform.runFrame();
+    EXPECT_EQ(delegate.events, (std::vector<std::string>{"callback 1.000000", "callback 2.000000", "block 1.000000",
+                                                         "block 2.000000"}));
+    ASSERT_EQ(delegate.nodes.size(), 2u);
+    EXPECT_EQ(delegate.attachedAtCallback, (std::vector<bool>{true, true}));
+    auto second = asMemory(delegate.nodes[1]);
+    EXPECT_EQ(second->parent(), view.currentScene->root());
+    EXPECT_EQ(second->nodePosition, (SCNVector3{2, 0.5f, -2}));
+    EXPECT_FALSE(second->nodeName.has_value());
+    EXPECT_TRUE(second->children().empty());
+
+    // Paused: anchors wait for the session to run again, which keeps them.
+    session.pause();
+    session.addAnchor(anchorAt(3));
+    platform.runFrame();
+    EXPECT_EQ(delegate.events.size(), 4u);
+    session.runWithConfigurationOptions({}, ARSessionRunOptionNone);
+    platform.runFrame();
+    EXPECT_EQ(delegate.events.back(), "block 3.000000");
+    EXPECT_EQ(view.arSession.anchors.size(), 3u);
+    EXPECT_EQ(view.currentScene->root()->children().size(), 3u);
+}
+
+TEST(MemorySession, FramesCarryTheCameraPose) {
+    MemoryPlatform platform;
+    auto& view = *platform.view;
+    view.session().runWithConfigurationOptions({}, 0);
+    EXPECT_EQ(view.session().currentFrame(), nullptr);
+    view.camera.position = {0.5f, 0.25f, 1};
+    view.camera.yaw = 0.3f;
+    view.camera.pitch = -0.2f;
+    platform.runFrame();
+    auto first = view.session().currentFrame();
+    ASSERT_NE(first, nullptr);
+    EXPECT_EQ(first->camera.eulerAngles, (SCNVector3{-0.2f, 0.3f, 0}));
+    EXPECT_EQ(first->camera.transform.columns[3], (std::array<float, 4>{0.5f, 0.25f, 1, 1}));
+    // Yaw turns the viewing direction (-z column negated) towards -x.
+    EXPECT_LT(-first->camera.transform.columns[2][0], 0);
+    platform.runFrame();
+    EXPECT_NE(view.session().currentFrame(), first);
+    EXPECT_GT(view.session().currentFrame()->timestamp, first->timestamp);
+}
+
+TEST(MemoryMainQueue, DrainsInOrderIncludingBlocksQueuedMeanwhile) {
+    MemoryPlatform platform;
+    std::vector<int> order;
+    platform.mainQueueAsync([&] {
+        order.push_back(1);
+        platform.mainQueueAsync([&] { order.push_back(3); });
+    });
+    platform.mainQueueAsync([&] { order.push_back(2); });
+    EXPECT_TRUE(order.empty());
+    platform.drainMainQueue();
+    EXPECT_EQ(order, (std::vector<int>{1, 2, 3}));
+    EXPECT_TRUE(platform.mainQueue.empty());
+}
