@@ -10,10 +10,11 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
-namespace orrery::testing {
+namespace orrery::scenario {
 
 using memory::MemoryNode;
 
@@ -131,4 +132,4 @@ protected:
     }
 };
 
-} // namespace orrery::testing
+} // namespace orrery::scenario

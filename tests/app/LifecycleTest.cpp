@@ -1,6 +1,6 @@
 #include "tests/app/ControllerFixture.h"
 
-namespace orrery::testing {
+namespace orrery::scenario {
 namespace {
 
 class LifecycleTest : public ControllerTest {
@@ -57,7 +57,7 @@ TEST_F(LifecycleTest, EachAnchorGetsTheSelectionAtTheTimeItsBlockRuns) {
     addAnchorByTouch();
     touchEnd(controller.nodeSolarSystemButtonModel);
     addAnchorByTouch();
-    EXPECT_TRUE(platform.view->anchorNodes.size() == 1u);
+    EXPECT_EQ(platform.view->anchorNodes.size(), 1u);
     platform.runFrame();
     ASSERT_EQ(platform.view->anchorNodes.size(), 3u);
     EXPECT_EQ(copyOnAnchor(1), "Sun");
@@ -89,7 +89,6 @@ TEST_F(LifecycleTest, DetachedModelsAreStillPlacedAndCopiesActLikeModels) {
     controller.viewWillAppear(false);
     platform.runFrame();
     touchEnd(controller.nodeUranusButtonModel);
-    recognizer("didLongPress:").record.state = UIGestureRecognizerState::began;
     gesture("didLongPress:", UIGestureRecognizerState::began, meshOf(controller.nodeUranusModel));
     ASSERT_EQ(mem(controller.nodeUranusModel)->parent(), nullptr);
     gestureHandled = false;
@@ -122,4 +121,4 @@ TEST(ProcessState, ResetRestoresTheStartValues) {
 }
 
 } // namespace
-} // namespace orrery::testing
+} // namespace orrery::scenario

@@ -5,7 +5,7 @@
 #include <csignal>
 #include <cstdio>
 
-namespace orrery::testing {
+namespace orrery::scenario {
 namespace {
 
 using ::testing::ElementsAreArray;
@@ -182,4 +182,4 @@ TEST_F(ControllerDeathTest, MissingModelStopsLoadingBeforeAnyButton) {
 }
 
 } // namespace
-} // namespace orrery::testing
+} // namespace orrery::scenario

@@ -2,7 +2,7 @@
 
 #include <gmock/gmock.h>
 
-namespace orrery::testing {
+namespace orrery::scenario {
 namespace {
 
 using State = UIGestureRecognizerState;
@@ -152,4 +152,4 @@ TEST_F(GestureTest, SelectionByNameIsExact) {
 }
 
 } // namespace
-} // namespace orrery::testing
+} // namespace orrery::scenario

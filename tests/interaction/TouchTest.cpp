@@ -2,7 +2,7 @@
 
 #include <cmath>
 
-namespace orrery::testing {
+namespace orrery::scenario {
 namespace {
 
 /// Plain 4x4 product of column-major matrices, written out here to check the controller's.
@@ -150,4 +150,4 @@ TEST_F(TouchTest, ButtonWalkClimbsToTheNamedRootOnly) {
 }
 
 } // namespace
-} // namespace orrery::testing
+} // namespace orrery::scenario

@@ -5,7 +5,7 @@
 #include <map>
 #include <set>
 
-namespace orrery::testing {
+namespace orrery::scenario {
 namespace {
 
 struct Spin {
@@ -178,4 +178,4 @@ TEST_F(ViewModesTest, HelpButtonAsksTheBrowserOncePerPressAndLeavesTheScene) {
 }
 
 } // namespace
-} // namespace orrery::testing
+} // namespace orrery::scenario
