@@ -31,6 +31,69 @@ constexpr std::uint32_t kNone = std::numeric_limits<std::uint32_t>::max();
 
 bool isSpace(char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
 
+/// Reads one decimal number at `p` (which is not whitespace). The common short forms
+/// ("-0.19509", "1e-3") are converted directly; anything longer or odd goes to from_chars,
+/// which rounds exactly. Returns the end of the number, or null when it is not one.
+const char* readFloat(const char* p, const char* end, float& out) {
+    static constexpr double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
+                                         1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+    const char* start = p;
+    bool negative = false;
+    if (p < end && (*p == '-' || *p == '+')) negative = *p++ == '-';
+    std::uint64_t mantissa = 0;
+    int digits = 0, scale = 0;
+    bool any = false;
+    while (p < end && *p >= '0' && *p <= '9') {
+        if (digits < 18) {
+            mantissa = mantissa * 10 + static_cast<unsigned>(*p - '0');
+            if (mantissa) ++digits;
+        } else {
+            ++scale;
+        }
+        any = true;
+        ++p;
+    }
+    if (p < end && *p == '.') {
+        ++p;
+        while (p < end && *p >= '0' && *p <= '9') {
+            if (digits < 18) {
+                mantissa = mantissa * 10 + static_cast<unsigned>(*p - '0');
+                if (mantissa) ++digits;
+                --scale;
+            }
+            any = true;
+            ++p;
+        }
+    }
+    if (!any) return nullptr;
+    if (p < end && (*p == 'e' || *p == 'E')) {
+        ++p;
+        bool negativeExponent = false;
+        if (p < end && (*p == '-' || *p == '+')) negativeExponent = *p++ == '-';
+        int exponent = 0;
+        bool anyExponent = false;
+        while (p < end && *p >= '0' && *p <= '9') {
+            if (exponent < 100000) exponent = exponent * 10 + (*p - '0');
+            anyExponent = true;
+            ++p;
+        }
+        if (!anyExponent) return nullptr;
+        scale += negativeExponent ? -exponent : exponent;
+    }
+    if (digits <= 15 && scale >= -22 && scale <= 22) {
+        double value = static_cast<double>(mantissa);
+        value = scale < 0 ? value / kPowers[-scale] : value * kPowers[scale];
+        if (value > std::numeric_limits<float>::max()) return nullptr;
+        out = static_cast<float>(negative ? -value : value);
+        return p;
+    }
+    // Rare forms: let the exact converter decide (it rejects out-of-range values).
+    if (*start == '+') ++start;
+    const auto [next, ec] = std::from_chars(start, end, out);
+    if (ec != std::errc() || next != p || !std::isfinite(out)) return nullptr;
+    return p;
+}
+
 /// Parses whitespace-separated finite floats; false on anything else or too many values.
 bool parseFloats(const char* text, std::vector<float>& out) {
     out.clear();
@@ -39,10 +102,9 @@ bool parseFloats(const char* text, std::vector<float>& out) {
     while (true) {
         while (p < end && isSpace(*p)) ++p;
         if (p == end) return true;
-        if (*p == '+') ++p;
         float value = 0;
-        const auto [next, ec] = std::from_chars(p, end, value);
-        if (ec != std::errc() || !std::isfinite(value) || (next < end && !isSpace(*next))) return false;
+        const char* next = readFloat(p, end, value);
+        if (!next || (next < end && !isSpace(*next))) return false;
         if (out.size() >= kMaxValues) return false;
         out.push_back(value);
         p = next;
@@ -53,16 +115,19 @@ bool parseFloats(const char* text, std::vector<float>& out) {
 bool parseIndices(const char* text, std::vector<std::uint32_t>& out) {
     out.clear();
     const char* p = text;
-    const char* end = text + std::strlen(text);
     while (true) {
-        while (p < end && isSpace(*p)) ++p;
-        if (p == end) return true;
-        std::uint32_t value = 0;
-        const auto [next, ec] = std::from_chars(p, end, value);
-        if (ec != std::errc() || (next < end && !isSpace(*next))) return false;
+        while (isSpace(*p)) ++p;
+        if (*p == '\0') return true;
+        std::uint64_t value = 0;
+        const char* first = p;
+        while (*p >= '0' && *p <= '9') {
+            value = value * 10 + static_cast<unsigned>(*p - '0');
+            if (value > std::numeric_limits<std::uint32_t>::max()) return false;
+            ++p;
+        }
+        if (p == first || (*p != '\0' && !isSpace(*p))) return false;
         if (out.size() >= kMaxValues) return false;
-        out.push_back(value);
-        p = next;
+        out.push_back(static_cast<std::uint32_t>(value));
     }
 }
 

@@ -241,6 +241,9 @@ class MemoryPlatform final : public Platform {
 public:
     /// `assetParent` is the folder that holds "art.scnassets"; by default the repository's.
     explicit MemoryPlatform(std::filesystem::path assetParent = defaultAssetParent());
+    // The application's main-queue hook points back at this platform.
+    MemoryPlatform(const MemoryPlatform&) = delete;
+    MemoryPlatform& operator=(const MemoryPlatform&) = delete;
 
     static std::filesystem::path defaultAssetParent();
 
