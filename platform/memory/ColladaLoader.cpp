@@ -6,11 +6,15 @@
 
 #include <pugixml.hpp>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <cerrno>
 #include <cstring>
-#include <fstream>
 #include <limits>
 #include <numbers>
 #include <string>
@@ -31,101 +35,87 @@ constexpr std::uint32_t kNone = std::numeric_limits<std::uint32_t>::max();
 
 bool isSpace(char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
 
-/// Reads one decimal number at `p` (which is not whitespace). The common short forms
-/// ("-0.19509", "1e-3") are converted directly; anything longer or odd goes to from_chars,
-/// which rounds exactly. Returns the end of the number, or null when it is not one.
-const char* readFloat(const char* p, const char* end, float& out) {
+constexpr std::size_t kMaxReserve = 1u << 20;  // trust a declared count this far when reserving
+
+inline bool isDigit(char c) { return static_cast<unsigned char>(c - '0') < 10; }
+
+/// Reads one decimal number at `p` in a NUL-terminated text (`p` is not whitespace).
+/// Numbers of up to 15 significant digits with a small exponent, the forms model files
+/// use, are converted by one exact double operation; anything else goes to from_chars.
+/// Returns the end of the number, or null when it is not a finite float.
+const char* readFloat(const char* p, float& out) {
     static constexpr double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
                                          1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-    const char* start = p;
-    bool negative = false;
-    if (p < end && (*p == '-' || *p == '+')) negative = *p++ == '-';
+    const char* const start = p;
+    const bool negative = *p == '-';
+    if (*p == '-' || *p == '+') ++p;
     std::uint64_t mantissa = 0;
-    int digits = 0, scale = 0;
-    bool any = false;
-    while (p < end && *p >= '0' && *p <= '9') {
-        if (digits < 18) {
-            mantissa = mantissa * 10 + static_cast<unsigned>(*p - '0');
-            if (mantissa) ++digits;
-        } else {
-            ++scale;
-        }
-        any = true;
-        ++p;
+    const char* const integerStart = p;
+    while (isDigit(*p)) mantissa = mantissa * 10 + static_cast<unsigned>(*p++ - '0');
+    int digits = static_cast<int>(p - integerStart);
+    int scale = 0;
+    if (*p == '.') {
+        const char* const fractionStart = ++p;
+        while (isDigit(*p)) mantissa = mantissa * 10 + static_cast<unsigned>(*p++ - '0');
+        scale = -static_cast<int>(p - fractionStart);
+        digits -= scale;
     }
-    if (p < end && *p == '.') {
+    if (digits == 0) return nullptr;
+    const bool exact = digits <= 15;  // leading zeros count here, which only sends more numbers the slow way
+    if (*p == 'e' || *p == 'E') {
         ++p;
-        while (p < end && *p >= '0' && *p <= '9') {
-            if (digits < 18) {
-                mantissa = mantissa * 10 + static_cast<unsigned>(*p - '0');
-                if (mantissa) ++digits;
-                --scale;
-            }
-            any = true;
-            ++p;
-        }
-    }
-    if (!any) return nullptr;
-    if (p < end && (*p == 'e' || *p == 'E')) {
-        ++p;
-        bool negativeExponent = false;
-        if (p < end && (*p == '-' || *p == '+')) negativeExponent = *p++ == '-';
+        const bool negativeExponent = *p == '-';
+        if (*p == '-' || *p == '+') ++p;
+        if (!isDigit(*p)) return nullptr;
         int exponent = 0;
-        bool anyExponent = false;
-        while (p < end && *p >= '0' && *p <= '9') {
+        while (isDigit(*p)) {
             if (exponent < 100000) exponent = exponent * 10 + (*p - '0');
-            anyExponent = true;
             ++p;
         }
-        if (!anyExponent) return nullptr;
         scale += negativeExponent ? -exponent : exponent;
     }
-    if (digits <= 15 && scale >= -22 && scale <= 22) {
-        double value = static_cast<double>(mantissa);
-        value = scale < 0 ? value / kPowers[-scale] : value * kPowers[scale];
-        if (value > std::numeric_limits<float>::max()) return nullptr;
-        out = static_cast<float>(negative ? -value : value);
+    if (exact && scale >= -22 && scale <= 22) {
+        const double magnitude = scale < 0 ? static_cast<double>(mantissa) / kPowers[-scale]
+                                           : static_cast<double>(mantissa) * kPowers[scale];
+        if (magnitude > std::numeric_limits<float>::max()) return nullptr;
+        out = static_cast<float>(negative ? -magnitude : magnitude);
         return p;
     }
-    // Rare forms: let the exact converter decide (it rejects out-of-range values).
-    if (*start == '+') ++start;
-    const auto [next, ec] = std::from_chars(start, end, out);
+    const char* const from = *start == '+' ? start + 1 : start;
+    const auto [next, ec] = std::from_chars(from, p, out);
     if (ec != std::errc() || next != p || !std::isfinite(out)) return nullptr;
     return p;
 }
 
-/// Parses whitespace-separated finite floats; false on anything else or too many values.
-bool parseFloats(const char* text, std::vector<float>& out) {
+/// Parses whitespace-separated finite floats from a NUL-terminated text; false on anything
+/// else or too many values. `expected` is the declared count, used only to reserve.
+bool parseFloats(const char* p, std::vector<float>& out, std::size_t expected = 0) {
     out.clear();
-    const char* p = text;
-    const char* end = text + std::strlen(text);
-    while (true) {
-        while (p < end && isSpace(*p)) ++p;
-        if (p == end) return true;
-        float value = 0;
-        const char* next = readFloat(p, end, value);
-        if (!next || (next < end && !isSpace(*next))) return false;
-        if (out.size() >= kMaxValues) return false;
-        out.push_back(value);
-        p = next;
-    }
-}
-
-/// Parses whitespace-separated unsigned 32-bit integers.
-bool parseIndices(const char* text, std::vector<std::uint32_t>& out) {
-    out.clear();
-    const char* p = text;
+    out.reserve(std::min(expected, kMaxReserve));
     while (true) {
         while (isSpace(*p)) ++p;
         if (*p == '\0') return true;
+        float value = 0;
+        p = readFloat(p, value);
+        if (!p || (*p != '\0' && !isSpace(*p))) return false;
+        if (out.size() >= kMaxValues) return false;
+        out.push_back(value);
+    }
+}
+
+/// Parses whitespace-separated unsigned 32-bit integers from a NUL-terminated text.
+bool parseIndices(const char* p, std::vector<std::uint32_t>& out, std::size_t expected = 0) {
+    out.clear();
+    out.reserve(std::min(expected, kMaxReserve));
+    while (true) {
+        while (isSpace(*p)) ++p;
+        if (*p == '\0') return true;
+        if (!isDigit(*p)) return false;
         std::uint64_t value = 0;
-        const char* first = p;
-        while (*p >= '0' && *p <= '9') {
-            value = value * 10 + static_cast<unsigned>(*p - '0');
-            if (value > std::numeric_limits<std::uint32_t>::max()) return false;
-            ++p;
-        }
-        if (p == first || (*p != '\0' && !isSpace(*p))) return false;
+        const char* const first = p;
+        while (isDigit(*p)) value = value * 10 + static_cast<unsigned>(*p++ - '0');
+        if (p - first > 10 || value > std::numeric_limits<std::uint32_t>::max()) return false;
+        if (*p != '\0' && !isSpace(*p)) return false;
         if (out.size() >= kMaxValues) return false;
         out.push_back(static_cast<std::uint32_t>(value));
     }
@@ -232,6 +222,15 @@ public:
         if (out == kNone) return false;
         mesh_.indices.push_back(out);
         return true;
+    }
+
+    /// Makes room for `corners` more corners over `vertices` distinct positions.
+    void reserve(std::size_t corners, std::size_t vertices) {
+        mesh_.indices.reserve(mesh_.indices.size() + std::min(corners, kMaxReserve));
+        const std::size_t total = mesh_.positions.size() + std::min(vertices, kMaxReserve);
+        mesh_.positions.reserve(total);
+        mesh_.normals.reserve(total);
+        mesh_.textureCoordinates.reserve(total);
     }
 
     void finish() {
@@ -421,7 +420,7 @@ private:
         auto parsed = arrays_.find(id);
         if (parsed == arrays_.end()) {
             std::vector<float> values;
-            if (!parseFloats(array.child_value(), values)) return nullptr;
+            if (!parseFloats(array.child_value(), values, array.attribute("count").as_uint())) return nullptr;
             parsed = arrays_.emplace(id, std::move(values)).first;
         }
         const std::vector<float>& values = parsed->second;
@@ -556,8 +555,10 @@ private:
             return true;
         }
 
-        if (!parseIndices(primitive.child("p").child_value(), p)) return false;
+        const std::size_t declaredCorners = std::size_t(primitive.attribute("count").as_uint()) * (triangles ? 3 : 4);
+        if (!parseIndices(primitive.child("p").child_value(), p, declaredCorners * stride)) return false;
         const std::size_t corners = p.size() / stride;
+        builder.reserve(corners, positions->count);
         const auto declared = unsignedAttribute(primitive, "count", kNone);
         if (!declared) return false;
         if (triangles) {
@@ -672,17 +673,29 @@ std::shared_ptr<MemoryScene> readDocument(pugi::xml_document& document, const pu
 } // namespace
 
 std::shared_ptr<MemoryScene> loadColladaFile(const std::filesystem::path& file, std::shared_ptr<CallLog> log) {
-    std::error_code error;
-    if (!std::filesystem::is_regular_file(file, error)) return nullptr;
-    const std::uintmax_t size = std::filesystem::file_size(file, error);
-    if (error || size > kMaxFileBytes) return nullptr;
-    std::ifstream in(file, std::ios::binary);
-    if (!in) return nullptr;
-    std::string bytes(static_cast<std::size_t>(size), '\0');
-    if (!in.read(bytes.data(), static_cast<std::streamsize>(size))) return nullptr;
+    // Plain descriptor calls: one path lookup per file, as model loading is mostly small files.
+    const int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return nullptr;
+    struct Closer {
+        int fd;
+        ~Closer() { ::close(fd); }
+    } closer{fd};
+    struct stat info {};
+    if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode) || info.st_size < 0 ||
+        static_cast<std::uintmax_t>(info.st_size) > kMaxFileBytes)
+        return nullptr;
+    const auto size = static_cast<std::size_t>(info.st_size);
+    auto bytes = std::make_unique_for_overwrite<char[]>(size + 1);
+    std::size_t filled = 0;
+    while (filled < size) {
+        const ssize_t got = ::read(fd, bytes.get() + filled, size - filled);
+        if (got < 0 && errno == EINTR) continue;
+        if (got <= 0) return nullptr;  // error, or the file shrank under us
+        filled += static_cast<std::size_t>(got);
+    }
     // The buffer is ours, so parse it in place without a copy.
     pugi::xml_document document;
-    const auto parsed = document.load_buffer_inplace(bytes.data(), bytes.size());
+    const auto parsed = document.load_buffer_inplace(bytes.get(), size);
     return readDocument(document, parsed, file.parent_path(), std::move(log));
 }
 
