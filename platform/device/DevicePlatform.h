@@ -38,6 +38,8 @@ public:
 #ifdef __OBJC__
     /// The wrapper of a framework view, for the view controller shell.
     static std::shared_ptr<orrery::ARSCNView> wrapView(::ARSCNView* view);
+    /// The framework view behind a view wrapper made by `wrapView`.
+    static ::ARSCNView* unwrapView(const orrery::ARSCNView& view);
     /// The wrapper of a framework node: the existing one while it lives, else a new one.
     static std::shared_ptr<orrery::SCNNode> wrapNode(::SCNNode* node);
 #endif

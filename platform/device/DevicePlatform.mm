@@ -7,6 +7,8 @@
 #import <UIKit/UIKit.h>
 #import <objc/runtime.h>
 
+#include <vector>
+
 #include "platform/device/DevicePlatform.h"
 
 // Framework classes under names that do not collide with the interface's.
@@ -267,6 +269,9 @@ public:
 private:
     DeviceSession session_;
     ORViewDelegateBridge* bridge_ = nil;
+    // UIKit does not retain a recogniser's target: the wrappers (which own the targets) live
+    // as long as the view they were attached to.
+    std::vector<std::shared_ptr<orrery::UIGestureRecognizer>> attachedRecognizers_;
 };
 
 /// Operations common to the recogniser wrappers; `r` is the framework recogniser.
@@ -330,7 +335,9 @@ FWRecognizer* unwrapRecognizer(orrery::UIGestureRecognizer& g) {
 }
 
 void DeviceView::addGestureRecognizer(const std::shared_ptr<orrery::UIGestureRecognizer>& recognizer) {
+    if (!recognizer) return;
     [v addGestureRecognizer:unwrapRecognizer(*recognizer)];
+    attachedRecognizers_.push_back(recognizer);
 }
 
 /// Makes a framework recogniser whose action calls the selector's method with `wrapper`.
@@ -403,6 +410,8 @@ std::shared_ptr<orrery::SCNNode> DevicePlatform::wrapNode(::FWNode* node) {
 }
 
 std::shared_ptr<orrery::ARSCNView> DevicePlatform::wrapView(::FWView* view) { return std::make_shared<DeviceView>(view); }
+
+::FWView* DevicePlatform::unwrapView(const orrery::ARSCNView& view) { return static_cast<const DeviceView&>(view).v; }
 
 std::shared_ptr<SCNScene> DevicePlatform::newScene() { return std::make_shared<DeviceScene>([FWScene scene]); }
 

@@ -10,9 +10,8 @@ namespace {
 class DeviceTouch final : public orrery::UITouch {
 public:
     explicit DeviceTouch(::UITouch* touch) : touch_(touch) {}
-    orrery::CGPoint locationInView(const orrery::ARSCNView&) const override {
-        // The scene view fills the controller's view, so its coordinates are the view's.
-        CGPoint p = [touch_ locationInView:touch_.view];
+    orrery::CGPoint locationInView(const orrery::ARSCNView& view) const override {
+        CGPoint p = [touch_ locationInView:orrery::device::DevicePlatform::unwrapView(view)];
         return {p.x, p.y};
     }
 

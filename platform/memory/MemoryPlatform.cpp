@@ -313,37 +313,49 @@ std::vector<SCNHitTestResult> MemoryARSCNView::geometricHitTest(CGPoint point) c
             const SCNBoundingBox box = node->nodeGeometry->boundingBox();
             const bool empty = box.max.x < box.min.x || box.max.y < box.min.y || box.max.z < box.min.z || box.min == box.max;
             if (!empty) {
-                // World-space bounds of the eight transformed corners.
+                // The box is tested in the node's own space, so it turns with the node as on the
+                // device. The ray is carried there unnormalised: its parameter t stays the world one.
                 const simd_float4x4 m = node->worldTransform();
-                double lo[3] = {std::numeric_limits<double>::infinity(), std::numeric_limits<double>::infinity(),
-                                std::numeric_limits<double>::infinity()};
-                double hi[3] = {-lo[0], -lo[1], -lo[2]};
-                for (int corner = 0; corner < 8; ++corner) {
-                    const double c[3] = {static_cast<double>((corner & 1) ? box.max.x : box.min.x),
-                                         static_cast<double>((corner & 2) ? box.max.y : box.min.y),
-                                         static_cast<double>((corner & 4) ? box.max.z : box.min.z)};
+                double a[3][3], shift[3];
+                for (int row = 0; row < 3; ++row) {
+                    for (int col = 0; col < 3; ++col) a[row][col] = static_cast<double>(m.columns[col][row]);
+                    shift[row] = static_cast<double>(m.columns[3][row]);
+                }
+                const double det = a[0][0] * (a[1][1] * a[2][2] - a[1][2] * a[2][1]) -
+                                   a[0][1] * (a[1][0] * a[2][2] - a[1][2] * a[2][0]) +
+                                   a[0][2] * (a[1][0] * a[2][1] - a[1][1] * a[2][0]);
+                if (std::isfinite(det) && std::abs(det) > 1e-30) {
+                    const double inv[3][3] = {
+                        {(a[1][1] * a[2][2] - a[1][2] * a[2][1]) / det, (a[0][2] * a[2][1] - a[0][1] * a[2][2]) / det,
+                         (a[0][1] * a[1][2] - a[0][2] * a[1][1]) / det},
+                        {(a[1][2] * a[2][0] - a[1][0] * a[2][2]) / det, (a[0][0] * a[2][2] - a[0][2] * a[2][0]) / det,
+                         (a[0][2] * a[1][0] - a[0][0] * a[1][2]) / det},
+                        {(a[1][0] * a[2][1] - a[1][1] * a[2][0]) / det, (a[0][1] * a[2][0] - a[0][0] * a[2][1]) / det,
+                         (a[0][0] * a[1][1] - a[0][1] * a[1][0]) / det}};
+                    const double worldOrigin[3] = {o.x - shift[0], o.y - shift[1], o.z - shift[2]};
+                    const double worldDirection[3] = {dir.x, dir.y, dir.z};
+                    double origin[3], direction[3];
                     for (int row = 0; row < 3; ++row) {
-                        double v = static_cast<double>(m.columns[3][row]);
-                        for (int k = 0; k < 3; ++k) v += static_cast<double>(m.columns[k][row]) * c[k];
-                        lo[row] = std::min(lo[row], v);
-                        hi[row] = std::max(hi[row], v);
+                        origin[row] = inv[row][0] * worldOrigin[0] + inv[row][1] * worldOrigin[1] + inv[row][2] * worldOrigin[2];
+                        direction[row] =
+                            inv[row][0] * worldDirection[0] + inv[row][1] * worldDirection[1] + inv[row][2] * worldDirection[2];
                     }
-                }
-                // Slab test.
-                const double origin[3] = {o.x, o.y, o.z}, direction[3] = {dir.x, dir.y, dir.z};
-                double enter = -std::numeric_limits<double>::infinity(), leave = std::numeric_limits<double>::infinity();
-                bool miss = false;
-                for (int axis = 0; axis < 3 && !miss; ++axis) {
-                    if (direction[axis] == 0.0) {
-                        miss = origin[axis] < lo[axis] || origin[axis] > hi[axis];
-                        continue;
+                    const double lo[3] = {box.min.x, box.min.y, box.min.z}, hi[3] = {box.max.x, box.max.y, box.max.z};
+                    // Slab test.
+                    double enter = -std::numeric_limits<double>::infinity(), leave = std::numeric_limits<double>::infinity();
+                    bool miss = false;
+                    for (int axis = 0; axis < 3 && !miss; ++axis) {
+                        if (direction[axis] == 0.0) {
+                            miss = origin[axis] < lo[axis] || origin[axis] > hi[axis];
+                            continue;
+                        }
+                        double t0 = (lo[axis] - origin[axis]) / direction[axis], t1 = (hi[axis] - origin[axis]) / direction[axis];
+                        if (t0 > t1) std::swap(t0, t1);
+                        enter = std::max(enter, t0);
+                        leave = std::min(leave, t1);
                     }
-                    double t0 = (lo[axis] - origin[axis]) / direction[axis], t1 = (hi[axis] - origin[axis]) / direction[axis];
-                    if (t0 > t1) std::swap(t0, t1);
-                    enter = std::max(enter, t0);
-                    leave = std::min(leave, t1);
+                        if (!miss && leave >= enter && leave >= 0) hits.emplace_back(enter >= 0 ? enter : leave, node);
                 }
-                if (!miss && leave >= enter && leave >= 0) hits.emplace_back(enter >= 0 ? enter : leave, node);
             }
         }
         for (const auto& child : node->children()) self(self, child);
@@ -392,7 +404,7 @@ std::filesystem::path MemoryPlatform::defaultAssetParent() {
 }
 
 std::shared_ptr<SCNScene> MemoryPlatform::newScene() {
-    log->record("init", std::nullopt);
+    log->record("SCNScene", std::nullopt);
     return std::make_shared<MemoryScene>(log);
 }
 
@@ -470,7 +482,7 @@ UIApplication& MemoryPlatform::sharedApplication() {
 }
 
 std::optional<NSURL> MemoryPlatform::URLWithString(const std::string& text) {
-    log->record("URLWithString:", std::nullopt, Json::array({text}));
+    log->record("URL", std::nullopt, Json::array({text}));
     if (text.empty()) return std::nullopt;
     for (std::size_t i = 0; i < text.size(); ++i) {
         if (text[i] == '%') {

@@ -28,7 +28,7 @@ TEST(MemoryCallLog, RecordsOperationsWithTargetsAndArguments) {
 
     const auto calls = platform.log->takeNew();
     ASSERT_EQ(calls.size(), 10u);
-    EXPECT_EQ(calls[0].op, "init");
+    EXPECT_EQ(calls[0].op, "SCNScene");
     EXPECT_EQ(calls[0].args, Json::array());
     EXPECT_EQ(calls[1].op, "rootNode");
     EXPECT_EQ(calls[2].op, "setName:");

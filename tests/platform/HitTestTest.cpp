@@ -73,6 +73,18 @@ TEST_F(MemoryHitTest, NestedModelsReturnTheirMeshesNearestFirst) {
     EXPECT_TRUE(hitNodes(right).empty());
 }
 
+TEST_F(MemoryHitTest, BoxesTurnWithTheirNodes) {
+    // A unit cube 3 m ahead turned 45 degrees about the view axis: a diamond on screen.
+    auto turned = model("Turned", {0, 0, -3}, 1);
+    turned->nodeRotation = {0, 0, 1, static_cast<float>(std::numbers::pi / 4)};
+    root->appendChild(turned);
+    // Towards the old corner (0.45, 0.45) at depth 2.5: inside an unturned box, outside the diamond.
+    const double d = focal() * 0.45 / 2.5;
+    EXPECT_TRUE(hitNodes({195 + d, 422 - d}).empty());
+    // Along the diamond's tip (0.65, 0) at the front face: inside.
+    EXPECT_EQ(hitNodes({195 + focal() * 0.65 / 2.5, 422}).size(), 1u);
+}
+
 TEST_F(MemoryHitTest, CameraInsideABoxHitsItWhereTheRayLeaves) {
     auto room = boxNode({-3, -3, -9}, {3, 3, 3}, "Room");  // the ray leaves at depth 9
     auto before = boxNode({-0.5f, -0.5f, -5.5f}, {0.5f, 0.5f, -4.5f}, "Before");
