@@ -115,12 +115,22 @@ public:
 /// handling, which an override calls first.
 class UIViewController {
 public:
+    /// The platform's own part of the lifecycle operations below: called with the operation's
+    /// name and its animated flag (none for the two without one). Left empty on the device,
+    /// where the host runs the framework's versions itself; the in-memory platform records it.
+    std::function<void(const char* operation, std::optional<bool> animated)> platformLifecycle;
+
     virtual ~UIViewController() = default;
-    virtual void viewDidLoad() {}
-    virtual void viewWillAppear(bool /*animated*/) {}
-    virtual void viewWillDisappear(bool /*animated*/) {}
-    virtual void didReceiveMemoryWarning() {}
+    virtual void viewDidLoad() { runPlatformLifecycle("viewDidLoad", std::nullopt); }
+    virtual void viewWillAppear(bool animated) { runPlatformLifecycle("viewWillAppear:", animated); }
+    virtual void viewWillDisappear(bool animated) { runPlatformLifecycle("viewWillDisappear:", animated); }
+    virtual void didReceiveMemoryWarning() { runPlatformLifecycle("didReceiveMemoryWarning", std::nullopt); }
     virtual void touchesEndedWithEvent(const UITouchSet& /*touches*/, const UIEvent* /*event*/) {}
+
+private:
+    void runPlatformLifecycle(const char* operation, std::optional<bool> animated) {
+        if (platformLifecycle) platformLifecycle(operation, animated);
+    }
 };
 
 } // namespace orrery

@@ -69,6 +69,7 @@ Simulator::Simulator(const std::filesystem::path& assetParent) : platform_(asset
 void Simulator::start() {
     resetProcessState();
     controller_.sceneView = platform_.view;
+    platform_.hostViewController(controller_);
     controller_.viewDidLoad();
     controller_.viewWillAppear(false);
     platform_.runFrame();

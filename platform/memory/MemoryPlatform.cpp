@@ -541,3 +541,13 @@ void MemoryPlatform::advance(double seconds) {
 }
 
 } // namespace orrery::memory
+
+namespace orrery::memory {
+
+void MemoryPlatform::hostViewController(UIViewController& controller) {
+    controller.platformLifecycle = [log = log](const char* operation, std::optional<bool> animated) {
+        log->record(operation, std::nullopt, animated ? Json::array({*animated}) : Json::array());
+    };
+}
+
+} // namespace orrery::memory

@@ -264,6 +264,10 @@ public:
                           const std::optional<std::string>& delegateClassName) override;
     void mainQueueAsync(std::function<void()> block) override;
 
+    /// Makes this platform the host of `controller`: its calls to the platform's own
+    /// lifecycle operations are recorded in the log.
+    void hostViewController(UIViewController& controller);
+
     // Simulator
     std::shared_ptr<CallLog> log = std::make_shared<CallLog>();
     std::shared_ptr<MemoryARSCNView> view = std::make_shared<MemoryARSCNView>(log);

@@ -46,6 +46,7 @@ protected:
         for (const ButtonEntry& row : BodyCatalog::buttons())
             platform.preparedScenes[std::string(row.assetPath)] = unitBoxScene(platform.log);
         controller.sceneView = platform.view;
+        platform.hostViewController(controller);
     }
 
     std::shared_ptr<MemoryNode> root() const { return platform.view->currentScene->root(); }

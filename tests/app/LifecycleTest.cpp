@@ -25,9 +25,20 @@ TEST_F(LifecycleTest, SessionRunsWhileShownAndKeepsItsAnchorsOverAPause) {
     EXPECT_EQ(session.lastRunOptions, 0u);
     addAnchor();
     platform.runFrame();
+    platform.log->takeNew();
     controller.viewWillDisappear(true);
     EXPECT_EQ(session.state, memory::SessionState::paused);
     controller.viewWillAppear(true);
+    controller.didReceiveMemoryWarning();
+    // The platform's own part runs first, with the animated flag passed on.
+    const auto calls = platform.log->takeNew();
+    std::vector<std::string> ops;
+    for (const auto& call : calls) ops.push_back(call.op);
+    EXPECT_EQ(ops, (std::vector<std::string>{"viewWillDisappear:", "session", "pause", "viewWillAppear:", "session",
+                                             "runWithConfiguration:options:", "didReceiveMemoryWarning"}));
+    ASSERT_EQ(calls.size(), 7u);
+    EXPECT_EQ(calls[0].args, nlohmann::json::array({true}));
+    EXPECT_EQ(calls[3].args, nlohmann::json::array({true}));
     EXPECT_EQ(session.state, memory::SessionState::running);
     EXPECT_EQ(session.anchors.size(), 1u);
     EXPECT_EQ(copyOn(0), "Earth");
