@@ -39,6 +39,50 @@ double focalLength(const SimulatedCamera& camera) {
     return (camera.viewport.height / 2.0) / std::tan(camera.verticalFieldOfView / 2.0);
 }
 
+/// Where the ray o + t * dir (t >= 0) meets `box` placed by `world`, or nothing. The box is
+/// tested in its node's own space, so it turns and scales with the node as on the device; the
+/// ray is carried there unnormalised, so t stays the world one. A ray starting inside the box
+/// meets it where it leaves. Empty and degenerate boxes are never met.
+std::optional<double> rayHitsBox(const simd_float4x4& world, const SCNBoundingBox& box, const Vec& o, const Vec& dir) {
+    if (box.max.x < box.min.x || box.max.y < box.min.y || box.max.z < box.min.z || box.min == box.max) return std::nullopt;
+    double a[3][3], shift[3];
+    for (int row = 0; row < 3; ++row) {
+        for (int col = 0; col < 3; ++col) a[row][col] = static_cast<double>(world.columns[col][row]);
+        shift[row] = static_cast<double>(world.columns[3][row]);
+    }
+    const double det = a[0][0] * (a[1][1] * a[2][2] - a[1][2] * a[2][1]) - a[0][1] * (a[1][0] * a[2][2] - a[1][2] * a[2][0]) +
+                       a[0][2] * (a[1][0] * a[2][1] - a[1][1] * a[2][0]);
+    if (!std::isfinite(det) || std::abs(det) <= 1e-30) return std::nullopt;
+    const double inv[3][3] = {{(a[1][1] * a[2][2] - a[1][2] * a[2][1]) / det, (a[0][2] * a[2][1] - a[0][1] * a[2][2]) / det,
+                               (a[0][1] * a[1][2] - a[0][2] * a[1][1]) / det},
+                              {(a[1][2] * a[2][0] - a[1][0] * a[2][2]) / det, (a[0][0] * a[2][2] - a[0][2] * a[2][0]) / det,
+                               (a[0][2] * a[1][0] - a[0][0] * a[1][2]) / det},
+                              {(a[1][0] * a[2][1] - a[1][1] * a[2][0]) / det, (a[0][1] * a[2][0] - a[0][0] * a[2][1]) / det,
+                               (a[0][0] * a[1][1] - a[0][1] * a[1][0]) / det}};
+    const double worldOrigin[3] = {o.x - shift[0], o.y - shift[1], o.z - shift[2]};
+    const double worldDirection[3] = {dir.x, dir.y, dir.z};
+    double origin[3], direction[3];
+    for (int row = 0; row < 3; ++row) {
+        origin[row] = inv[row][0] * worldOrigin[0] + inv[row][1] * worldOrigin[1] + inv[row][2] * worldOrigin[2];
+        direction[row] = inv[row][0] * worldDirection[0] + inv[row][1] * worldDirection[1] + inv[row][2] * worldDirection[2];
+    }
+    const double lo[3] = {box.min.x, box.min.y, box.min.z}, hi[3] = {box.max.x, box.max.y, box.max.z};
+    // Slab test.
+    double enter = -std::numeric_limits<double>::infinity(), leave = std::numeric_limits<double>::infinity();
+    for (int axis = 0; axis < 3; ++axis) {
+        if (direction[axis] == 0.0) {
+            if (origin[axis] < lo[axis] || origin[axis] > hi[axis]) return std::nullopt;
+            continue;
+        }
+        double t0 = (lo[axis] - origin[axis]) / direction[axis], t1 = (hi[axis] - origin[axis]) / direction[axis];
+        if (t0 > t1) std::swap(t0, t1);
+        enter = std::max(enter, t0);
+        leave = std::min(leave, t1);
+    }
+    if (leave < enter || leave < 0) return std::nullopt;
+    return enter >= 0 ? enter : leave;
+}
+
 Json pointJson(CGPoint p) { return Json::array({p.x, p.y}); }
 
 bool hexDigit(char c) { return std::isxdigit(static_cast<unsigned char>(c)) != 0; }
@@ -309,55 +353,9 @@ std::vector<SCNHitTestResult> MemoryARSCNView::geometricHitTest(CGPoint point) c
 
     std::vector<std::pair<double, std::shared_ptr<SCNNode>>> hits;
     const auto visit = [&](const auto& self, const std::shared_ptr<MemoryNode>& node) -> void {
-        if (node->nodeGeometry) {
-            const SCNBoundingBox box = node->nodeGeometry->boundingBox();
-            const bool empty = box.max.x < box.min.x || box.max.y < box.min.y || box.max.z < box.min.z || box.min == box.max;
-            if (!empty) {
-                // The box is tested in the node's own space, so it turns with the node as on the
-                // device. The ray is carried there unnormalised: its parameter t stays the world one.
-                const simd_float4x4 m = node->worldTransform();
-                double a[3][3], shift[3];
-                for (int row = 0; row < 3; ++row) {
-                    for (int col = 0; col < 3; ++col) a[row][col] = static_cast<double>(m.columns[col][row]);
-                    shift[row] = static_cast<double>(m.columns[3][row]);
-                }
-                const double det = a[0][0] * (a[1][1] * a[2][2] - a[1][2] * a[2][1]) -
-                                   a[0][1] * (a[1][0] * a[2][2] - a[1][2] * a[2][0]) +
-                                   a[0][2] * (a[1][0] * a[2][1] - a[1][1] * a[2][0]);
-                if (std::isfinite(det) && std::abs(det) > 1e-30) {
-                    const double inv[3][3] = {
-                        {(a[1][1] * a[2][2] - a[1][2] * a[2][1]) / det, (a[0][2] * a[2][1] - a[0][1] * a[2][2]) / det,
-                         (a[0][1] * a[1][2] - a[0][2] * a[1][1]) / det},
-                        {(a[1][2] * a[2][0] - a[1][0] * a[2][2]) / det, (a[0][0] * a[2][2] - a[0][2] * a[2][0]) / det,
-                         (a[0][2] * a[1][0] - a[0][0] * a[1][2]) / det},
-                        {(a[1][0] * a[2][1] - a[1][1] * a[2][0]) / det, (a[0][1] * a[2][0] - a[0][0] * a[2][1]) / det,
-                         (a[0][0] * a[1][1] - a[0][1] * a[1][0]) / det}};
-                    const double worldOrigin[3] = {o.x - shift[0], o.y - shift[1], o.z - shift[2]};
-                    const double worldDirection[3] = {dir.x, dir.y, dir.z};
-                    double origin[3], direction[3];
-                    for (int row = 0; row < 3; ++row) {
-                        origin[row] = inv[row][0] * worldOrigin[0] + inv[row][1] * worldOrigin[1] + inv[row][2] * worldOrigin[2];
-                        direction[row] =
-                            inv[row][0] * worldDirection[0] + inv[row][1] * worldDirection[1] + inv[row][2] * worldDirection[2];
-                    }
-                    const double lo[3] = {box.min.x, box.min.y, box.min.z}, hi[3] = {box.max.x, box.max.y, box.max.z};
-                    // Slab test.
-                    double enter = -std::numeric_limits<double>::infinity(), leave = std::numeric_limits<double>::infinity();
-                    bool miss = false;
-                    for (int axis = 0; axis < 3 && !miss; ++axis) {
-                        if (direction[axis] == 0.0) {
-                            miss = origin[axis] < lo[axis] || origin[axis] > hi[axis];
-                            continue;
-                        }
-                        double t0 = (lo[axis] - origin[axis]) / direction[axis], t1 = (hi[axis] - origin[axis]) / direction[axis];
-                        if (t0 > t1) std::swap(t0, t1);
-                        enter = std::max(enter, t0);
-                        leave = std::min(leave, t1);
-                    }
-                        if (!miss && leave >= enter && leave >= 0) hits.emplace_back(enter >= 0 ? enter : leave, node);
-                }
-            }
-        }
+        if (node->nodeGeometry)
+            if (const auto t = rayHitsBox(node->worldTransform(), node->nodeGeometry->boundingBox(), o, dir))
+                hits.emplace_back(*t, node);
         for (const auto& child : node->children()) self(self, child);
     };
     visit(visit, currentScene->root());
