@@ -37,9 +37,10 @@ struct Face {
     Face& operator=(const Face&) = delete;
 };
 
-/// Width in pixels of `text` at the face's current size, kerning included.
-int measure(FT_Face face, const std::string& text) {
-    long pen = 0;
+/// Walks `text` glyph by glyph from `pen` (26.6 fixed point), kerning included: loads each
+/// glyph with `loadFlags` and calls `visit(slot, pen)` before advancing. Returns the end pen.
+template <class Visit>
+long walkGlyphs(FT_Face face, const std::string& text, long pen, FT_Int32 loadFlags, Visit visit) {
     FT_UInt previous = 0;
     for (unsigned char ch : text) {
         const FT_UInt glyph = FT_Get_Char_Index(face, ch);
@@ -48,10 +49,17 @@ int measure(FT_Face face, const std::string& text) {
             FT_Get_Kerning(face, previous, glyph, FT_KERNING_DEFAULT, &kern);
             pen += kern.x;
         }
-        if (FT_Load_Glyph(face, glyph, FT_LOAD_DEFAULT) != 0) throw std::runtime_error("glyph failed");
+        if (FT_Load_Glyph(face, glyph, loadFlags) != 0) throw std::runtime_error("glyph failed");
+        visit(face->glyph, pen);
         pen += face->glyph->advance.x;
         previous = glyph;
     }
+    return pen;
+}
+
+/// Width in pixels of `text` at the face's current size, kerning included.
+int measure(FT_Face face, const std::string& text) {
+    const long pen = walkGlyphs(face, text, 0, FT_LOAD_DEFAULT, [](FT_GlyphSlot, long) {});
     return static_cast<int>((pen + 63) >> 6);
 }
 
@@ -70,22 +78,10 @@ void blendBitmap(Image& image, const FT_Bitmap& bitmap, int left, int top, Colou
 
 void drawText(Image& image, FT_Face face, const std::string& text, int penX, int baseline, Colour colour,
               double opacity) {
-    long pen = static_cast<long>(penX) << 6;
-    FT_UInt previous = 0;
-    for (unsigned char ch : text) {
-        const FT_UInt glyph = FT_Get_Char_Index(face, ch);
-        if (previous != 0 && glyph != 0 && FT_HAS_KERNING(face)) {
-            FT_Vector kern;
-            FT_Get_Kerning(face, previous, glyph, FT_KERNING_DEFAULT, &kern);
-            pen += kern.x;
-        }
-        if (FT_Load_Glyph(face, glyph, FT_LOAD_RENDER) != 0) throw std::runtime_error("glyph failed");
-        const FT_GlyphSlot slot = face->glyph;
+    walkGlyphs(face, text, static_cast<long>(penX) << 6, FT_LOAD_RENDER, [&](FT_GlyphSlot slot, long pen) {
         blendBitmap(image, slot->bitmap, static_cast<int>(pen >> 6) + slot->bitmap_left, baseline - slot->bitmap_top,
                     colour, opacity);
-        pen += slot->advance.x;
-        previous = glyph;
-    }
+    });
 }
 
 /// Panel tints: the overview and help buttons stand out from the body buttons.
