@@ -99,6 +99,9 @@ constexpr VerbInfo kVerbs[] = {
     {Verb::doubletap, "doubletap", "POINT", "the double-tap recogniser acts (state ended)"},
     {Verb::dump, "dump", "", "prints the state as one line of JSON"},
     {Verb::calls, "calls", "", "prints the platform calls since the previous 'calls' as one line of JSON"},
+    {Verb::snapshot, "snapshot", "FILE.png [WIDTHxHEIGHT]",
+     "writes a picture of the screen as the device would show it (default size:\n"
+     "one pixel per point)"},
 };
 
 class LineReader {
@@ -217,6 +220,21 @@ std::optional<double> parseNumber(std::string_view word) {
     return value;
 }
 
+std::optional<std::pair<int, int>> parsePictureSize(std::string_view word) {
+    const std::size_t x = word.find('x');
+    if (x == std::string_view::npos) return std::nullopt;
+    auto side = [](std::string_view digits) -> std::optional<int> {
+        int value = 0;
+        auto [end, ec] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
+        if (digits.empty() || digits.front() == '-' || ec != std::errc() || end != digits.data() + digits.size()) return std::nullopt;
+        if (value < 1 || value > kMaxPictureSide) return std::nullopt;
+        return value;
+    };
+    const auto width = side(word.substr(0, x)), height = side(word.substr(x + 1));
+    if (!width || !height) return std::nullopt;
+    return std::pair{*width, *height};
+}
+
 ScenarioLine parseLine(std::string_view text, std::size_t lineNumber) {
     std::string comment;
     auto words = splitWords(text, lineNumber, comment);
@@ -316,6 +334,19 @@ ScenarioLine parseLine(std::string_view text, std::size_t lineNumber) {
         r.expectCount(2, 2);
         cmd.state = r.state(0);
         cmd.point = r.point(1);
+        break;
+    case Verb::snapshot:
+        r.expectCount(1, 2);
+        cmd.name = r.arg(0).text;
+        if (cmd.name.empty()) r.fail("snapshot needs a file name");
+        if (r.count() == 2) {
+            const auto size = parsePictureSize(r.arg(1).text);
+            if (!size)
+                r.fail("bad picture size '" + r.arg(1).text + "': expected WIDTHxHEIGHT, each 1 to " +
+                       std::to_string(kMaxPictureSide));
+            cmd.width = size->first;
+            cmd.height = size->second;
+        }
         break;
     }
     return cmd;

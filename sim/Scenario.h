@@ -13,6 +13,7 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -27,7 +28,7 @@ public:
 
 enum class Verb {
     appear, disappear, memorywarning, camera, frame, advance, hits, features,
-    touch, press, pinch, rotate, pan, longpress, doubletap, dump, calls,
+    touch, press, pinch, rotate, pan, longpress, doubletap, dump, calls, snapshot,
 };
 
 /// A screen point given literally (`X,Y`) or as the projected centre of a node (`@NAME`).
@@ -52,7 +53,8 @@ struct Command {
     std::optional<PointArg> point;
     std::vector<TargetArg> targets;            ///< hits; empty for `hits none`
     std::vector<SCNVector3> featurePoints;     ///< features; empty for `features none`
-    std::string name;                          ///< press
+    std::string name;                          ///< press; snapshot: the file
+    int width = 0, height = 0;                 ///< snapshot: picture size in pixels (0: the screen's size in points)
 };
 
 /// A `#` line; `text` is everything after the `#`.
@@ -70,6 +72,10 @@ ScenarioLine parseLine(std::string_view text, std::size_t lineNumber);
 
 /// Strict number reading: the whole word must be one finite decimal number.
 std::optional<double> parseNumber(std::string_view word);
+
+/// A picture size `WIDTHxHEIGHT` in pixels, each 1 to kMaxPictureSide; nothing when malformed.
+std::optional<std::pair<int, int>> parsePictureSize(std::string_view word);
+inline constexpr int kMaxPictureSide = 8192;
 
 /// The command words with their argument forms, for the usage text.
 std::string commandSummary();

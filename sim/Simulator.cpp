@@ -1,5 +1,7 @@
 #include "sim/Simulator.h"
 
+#include "render/Snapshot.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
@@ -187,8 +189,22 @@ Output Simulator::run(const Command& command) {
         out.kind = Output::Kind::calls;
         out.calls = platform_.log->takeNew();
         break;
+    case Verb::snapshot: snapshot(command.name, command.width, command.height, command.line); break;
     }
     return out;
+}
+
+void Simulator::snapshot(const std::string& path, int width, int height, std::size_t line) {
+    const CGSize screen = platform_.view->camera.viewport;
+    if (width == 0 || height == 0) {
+        width = static_cast<int>(std::lround(screen.width));
+        height = static_cast<int>(std::lround(screen.height));
+    }
+    try {
+        render::snapshot(platform_, path, width, height, snapshotOptions);
+    } catch (const std::runtime_error& error) {
+        throw ScenarioError(line, std::string("snapshot: ") + error.what());
+    }
 }
 
 Json Simulator::state() {

@@ -3,6 +3,7 @@
 
 #include "app/ViewController.h"
 #include "platform/memory/MemoryPlatform.h"
+#include "render/Renderer.h"
 #include "sim/Scenario.h"
 #include "sim/StateDump.h"
 
@@ -31,6 +32,12 @@ public:
     /// Runs one command. Node names are resolved first; a name that does not resolve throws
     /// ScenarioError and nothing of the command runs.
     Output run(const Command& command);
+
+    /// Writes a picture of the screen (render/Snapshot.h); a size of 0 takes the screen's size in
+    /// points. A picture that cannot be made or written throws ScenarioError for `line`.
+    void snapshot(const std::string& path, int width, int height, std::size_t line);
+    /// What snapshots show besides the scene.
+    render::RenderOptions snapshotOptions;
 
     Json state();
     memory::MemoryPlatform& platform() { return platform_; }

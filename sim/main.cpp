@@ -36,13 +36,16 @@ std::string helpText() {
     char screen[64];
     std::snprintf(screen, sizeof screen, "%g x %g points", camera.viewport.width, camera.viewport.height);
     return std::string() +
-           "usage: orrery-sim [--assets DIR] [SCENARIO]\n"
+           "usage: orrery-sim [--assets DIR] [--snapshot FILE.png [--size WIDTHxHEIGHT]] [SCENARIO]\n"
            "       orrery-sim --help\n"
            "\n"
            "Runs Orrery AR against the in-memory platform: loads the models from DIR (an\n"
            "art.scnassets folder or a folder holding one; default: the repository's), lets the\n"
            "view load and appear, runs one frame, then runs SCENARIO line by line (\"-\" reads\n"
            "standard input). Without SCENARIO it runs the shipped demo and tells what happens.\n"
+           "\n"
+           "--snapshot FILE.png writes a picture of the screen when the scenario has run to its\n"
+           "end, WIDTHxHEIGHT pixels (default: one pixel per point), as the snapshot command does.\n"
            "\n"
            "Simulated screen: " + screen + " (x right, y down, origin top left).\n"
            "Camera: vertical field of view " + degrees(camera.verticalFieldOfView) + " degrees (horizontal " +
@@ -94,6 +97,8 @@ void emit(const std::string& line) {
 int main(int argc, char** argv) {
     std::optional<std::string> assets;
     std::optional<std::string> scenario;
+    std::optional<std::string> snapshotFile;
+    std::pair<int, int> snapshotSize{0, 0};
     for (int i = 1; i < argc; ++i) {
         std::string arg = argv[i];
         if (arg == "--help" || arg == "-h") {
@@ -106,6 +111,17 @@ int main(int argc, char** argv) {
         } else if (arg.rfind("--assets=", 0) == 0) {
             assets = arg.substr(9);
             if (assets->empty()) usageError("--assets needs a folder");
+        } else if (arg == "--snapshot" || arg.rfind("--snapshot=", 0) == 0) {
+            if (arg == "--snapshot" && i + 1 >= argc) usageError("--snapshot needs a file");
+            snapshotFile = arg == "--snapshot" ? argv[++i] : arg.substr(11);
+            if (snapshotFile->empty()) usageError("--snapshot needs a file");
+        } else if (arg == "--size" || arg.rfind("--size=", 0) == 0) {
+            if (arg == "--size" && i + 1 >= argc) usageError("--size needs WIDTHxHEIGHT");
+            const std::string word = arg == "--size" ? argv[++i] : arg.substr(7);
+            const auto size = parsePictureSize(word);
+            if (!size) usageError("--size: bad picture size '" + word + "': expected WIDTHxHEIGHT, each 1 to " +
+                                  std::to_string(kMaxPictureSide));
+            snapshotSize = *size;
         } else if (arg == "--") {
             if (i + 1 < argc) {
                 if (scenario || i + 2 < argc) usageError("only one SCENARIO can be given");
@@ -119,6 +135,7 @@ int main(int argc, char** argv) {
         }
     }
 
+    if (snapshotSize.first && !snapshotFile) usageError("--size goes with --snapshot");
     fs::path assetParent = assets ? assetParentFrom(*assets) : memory::MemoryPlatform::defaultAssetParent();
 
     // Without a scenario the demo runs, narrated.
@@ -182,6 +199,14 @@ int main(int argc, char** argv) {
     if (input->bad()) {
         std::cerr << "orrery-sim: reading the scenario failed after line " << lineNumber << '\n';
         return kUsageStatus;
+    }
+    if (snapshotFile) {
+        try {
+            simulator.snapshot(*snapshotFile, snapshotSize.first, snapshotSize.second, lineNumber);
+        } catch (const ScenarioError& error) {
+            std::cerr << "orrery-sim: " << error.what() << '\n';
+            return kUsageStatus;
+        }
     }
     return 0;
 }

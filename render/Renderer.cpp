@@ -1,0 +1,425 @@
+// The scene renderer: one shader, GPU copies of meshes, texts and textures cached by source,
+// and a draw walk over the platform's node tree.
+
+#include "render/Renderer.h"
+
+#include "platform/memory/MemoryPlatform.h"
+#include "render/GlMath.h"
+#include "render/RoomView.h"
+#include "render/TextMesh.h"
+
+#include <epoxy/gl.h>
+#include <stb/stb_image.h>
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace orrery::render {
+
+namespace {
+
+using memory::MemoryMeshGeometry;
+using memory::MemoryNode;
+using memory::MemoryTextGeometry;
+
+/// Near and far planes of the AR camera's projection (ARKit's defaults).
+constexpr float kNear = 0.001f;
+constexpr float kFar = 1000.0f;
+/// Intensity of the view's automatic ambient light relative to neutral (1000 lumens).
+constexpr float kAmbientIntensity = 1.0f;
+/// Cached GPU copies unused for this many frames are candidates for release.
+constexpr unsigned kReleaseAfterFrames = 120;
+
+const char* const kVertexShader = R"(
+layout(location = 0) in vec3 aPosition;
+layout(location = 1) in vec2 aTexCoord;
+layout(location = 2) in vec4 aColor;
+uniform mat4 uModelViewProjection;
+uniform float uPointSize;
+out vec2 vTexCoord;
+out vec4 vColor;
+void main() {
+    gl_Position = uModelViewProjection * vec4(aPosition, 1.0);
+    gl_PointSize = uPointSize;
+    vTexCoord = aTexCoord;
+    vColor = aColor;
+}
+)";
+
+// Colours arrive linear (textures are sRGB textures, decoded by the sampler); the light is
+// applied in linear space and the result encoded to sRGB here, so any target format works.
+const char* const kFragmentShader = R"(
+precision highp float;
+uniform sampler2D uTexture;
+uniform bool uUseTexture;
+uniform vec4 uColor;
+uniform float uLight;
+in vec2 vTexCoord;
+in vec4 vColor;
+out vec4 fragColor;
+vec3 encodeSrgb(vec3 c) {
+    c = clamp(c, 0.0, 1.0);
+    return mix(c * 12.92, 1.055 * pow(c, vec3(1.0 / 2.4)) - 0.055, step(vec3(0.0031308), c));
+}
+void main() {
+    vec4 base = uColor * vColor;
+    if (uUseTexture) base *= texture(uTexture, vTexCoord);
+    fragColor = vec4(encodeSrgb(base.rgb * uLight), base.a);
+}
+)";
+
+GLuint compile(GLenum type, const std::string& source) {
+    const GLuint shader = glCreateShader(type);
+    const char* text = source.c_str();
+    glShaderSource(shader, 1, &text, nullptr);
+    glCompileShader(shader);
+    GLint ok = 0;
+    glGetShaderiv(shader, GL_COMPILE_STATUS, &ok);
+    if (!ok) {
+        char log[1024] = {};
+        glGetShaderInfoLog(shader, sizeof log, nullptr, log);
+        glDeleteShader(shader);
+        throw std::runtime_error(std::string("renderer: shader does not compile: ") + log);
+    }
+    return shader;
+}
+
+/// A vertex array with its buffers. Vertices are interleaved `Vertex` records.
+struct GpuMesh {
+    GLuint vertexArray = 0, vertexBuffer = 0, indexBuffer = 0;
+    GLsizei indexCount = 0;
+    unsigned lastUsedFrame = 0;
+
+    void upload(const std::vector<Vertex>& vertices, const std::vector<std::uint32_t>& indices) {
+        if (!vertexArray) {
+            glGenVertexArrays(1, &vertexArray);
+            glGenBuffers(1, &vertexBuffer);
+            glGenBuffers(1, &indexBuffer);
+            glBindVertexArray(vertexArray);
+            glBindBuffer(GL_ARRAY_BUFFER, vertexBuffer);
+            glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, indexBuffer);
+            glEnableVertexAttribArray(0);
+            glVertexAttribPointer(0, 3, GL_FLOAT, GL_FALSE, sizeof(Vertex), reinterpret_cast<void*>(offsetof(Vertex, position)));
+            glEnableVertexAttribArray(1);
+            glVertexAttribPointer(1, 2, GL_FLOAT, GL_FALSE, sizeof(Vertex), reinterpret_cast<void*>(offsetof(Vertex, texCoord)));
+            glEnableVertexAttribArray(2);
+            glVertexAttribPointer(2, 4, GL_FLOAT, GL_FALSE, sizeof(Vertex), reinterpret_cast<void*>(offsetof(Vertex, color)));
+        } else {
+            glBindVertexArray(vertexArray);
+            glBindBuffer(GL_ARRAY_BUFFER, vertexBuffer);
+        }
+        glBufferData(GL_ARRAY_BUFFER, static_cast<GLsizeiptr>(vertices.size() * sizeof(Vertex)), vertices.data(), GL_STATIC_DRAW);
+        glBufferData(GL_ELEMENT_ARRAY_BUFFER, static_cast<GLsizeiptr>(indices.size() * sizeof(std::uint32_t)), indices.data(),
+                     GL_STATIC_DRAW);
+        indexCount = static_cast<GLsizei>(indices.size());
+        glBindVertexArray(0);
+    }
+
+    void release() {
+        if (!vertexArray) return;
+        glDeleteVertexArrays(1, &vertexArray);
+        glDeleteBuffers(1, &vertexBuffer);
+        glDeleteBuffers(1, &indexBuffer);
+        vertexArray = vertexBuffer = indexBuffer = 0;
+    }
+};
+
+struct GpuTexture {
+    GLuint name = 0;  ///< 0 when the image could not be read
+    bool translucent = false;
+    unsigned lastUsedFrame = 0;
+};
+
+/// A cached GPU copy of a geometry: valid while the geometry it was made from is alive.
+struct CachedGeometry {
+    std::weak_ptr<const SCNGeometry> source;
+    std::string textKey;  ///< for texts: what the mesh was made from (string, font, depth)
+    GpuMesh mesh;
+};
+
+/// One mesh to draw this frame.
+struct DrawItem {
+    const GpuMesh* mesh = nullptr;
+    const GpuTexture* texture = nullptr;
+    Colour colour{1, 1, 1, 1};
+    Matrix modelViewProjection;
+    float viewDepth = 0;  ///< distance along the view direction, for ordering translucent items
+    bool translucent = false;
+};
+
+Colour linearColour(const UIColor& c) {
+    return {srgbToLinear(static_cast<float>(c.red)), srgbToLinear(static_cast<float>(c.green)),
+            srgbToLinear(static_cast<float>(c.blue)), static_cast<float>(c.alpha)};
+}
+
+} // namespace
+
+struct Renderer::State {
+    GLuint program = 0;
+    GLint modelViewProjection = -1, pointSize = -1, texture = -1, useTexture = -1, colour = -1, light = -1;
+    std::map<const SCNGeometry*, CachedGeometry> geometries;
+    std::map<std::string, GpuTexture> textures;
+    GpuMesh room, featurePoints, axes;
+    unsigned frame = 0;
+    bool desktop = true;
+
+    State() {
+        desktop = epoxy_is_desktop_gl();
+        const int version = epoxy_gl_version();
+        if (desktop ? version < 33 : version < 30)
+            throw std::runtime_error("renderer: needs OpenGL 3.3 core or OpenGL ES 3.0, the context offers " +
+                                     std::to_string(version / 10) + "." + std::to_string(version % 10));
+        const std::string header = desktop ? "#version 330 core\n" : "#version 300 es\n";
+        const GLuint vertex = compile(GL_VERTEX_SHADER, header + kVertexShader);
+        const GLuint fragment = compile(GL_FRAGMENT_SHADER, header + kFragmentShader);
+        program = glCreateProgram();
+        glAttachShader(program, vertex);
+        glAttachShader(program, fragment);
+        glLinkProgram(program);
+        glDeleteShader(vertex);
+        glDeleteShader(fragment);
+        GLint ok = 0;
+        glGetProgramiv(program, GL_LINK_STATUS, &ok);
+        if (!ok) {
+            glDeleteProgram(program);
+            throw std::runtime_error("renderer: shader program does not link");
+        }
+        modelViewProjection = glGetUniformLocation(program, "uModelViewProjection");
+        pointSize = glGetUniformLocation(program, "uPointSize");
+        texture = glGetUniformLocation(program, "uTexture");
+        useTexture = glGetUniformLocation(program, "uUseTexture");
+        colour = glGetUniformLocation(program, "uColor");
+        light = glGetUniformLocation(program, "uLight");
+    }
+
+    ~State() {
+        for (auto& [key, cached] : geometries) cached.mesh.release();
+        for (auto& [path, tex] : textures)
+            if (tex.name) glDeleteTextures(1, &tex.name);
+        room.release();
+        featurePoints.release();
+        axes.release();
+        glDeleteProgram(program);
+    }
+
+    const GpuTexture& textureFor(const std::string& path) {
+        auto [it, added] = textures.try_emplace(path);
+        GpuTexture& tex = it->second;
+        tex.lastUsedFrame = frame;
+        if (!added) return tex;
+        int width = 0, height = 0, channels = 0;
+        stbi_uc* pixels = stbi_load(path.c_str(), &width, &height, &channels, 4);
+        if (!pixels) return tex;  // an unreadable image leaves the material's white
+        // Texture coordinates put t = 0 at the bottom of the image: rows go up from the last.
+        std::vector<stbi_uc> rows(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4);
+        const std::size_t stride = static_cast<std::size_t>(width) * 4;
+        for (int y = 0; y < height; ++y)
+            std::copy_n(pixels + static_cast<std::size_t>(height - 1 - y) * stride, stride, rows.data() + static_cast<std::size_t>(y) * stride);
+        for (std::size_t i = 3; i < rows.size() && !tex.translucent; i += 4) tex.translucent = rows[i] < 255;
+        stbi_image_free(pixels);
+
+        glGenTextures(1, &tex.name);
+        glBindTexture(GL_TEXTURE_2D, tex.name);
+        glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+        glTexImage2D(GL_TEXTURE_2D, 0, GL_SRGB8_ALPHA8, width, height, 0, GL_RGBA, GL_UNSIGNED_BYTE, rows.data());
+        glGenerateMipmap(GL_TEXTURE_2D);
+        // The material defaults: clamped, linear filtering, nearest mipmap level.
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR_MIPMAP_NEAREST);
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+        glBindTexture(GL_TEXTURE_2D, 0);
+        return tex;
+    }
+
+    /// The GPU copy of a mesh or text geometry, made on first use; null for other geometry.
+    const GpuMesh* meshFor(const std::shared_ptr<SCNGeometry>& geometry) {
+        const auto* mesh = dynamic_cast<const MemoryMeshGeometry*>(geometry.get());
+        const auto* text = dynamic_cast<const MemoryTextGeometry*>(geometry.get());
+        if (!mesh && !text) return nullptr;
+        CachedGeometry& cached = geometries[geometry.get()];
+        const std::string textKey = text ? textMeshKey(*text) : std::string();
+        const bool stale = cached.source.lock() != geometry || cached.textKey != textKey;
+        if (stale || !cached.mesh.vertexArray) {
+            cached.source = geometry;
+            cached.textKey = textKey;
+            std::vector<Vertex> vertices;
+            std::vector<std::uint32_t> indices;
+            if (mesh) {
+                vertices.reserve(mesh->positions.size());
+                for (std::size_t i = 0; i < mesh->positions.size(); ++i) {
+                    Vertex v;
+                    v.position = {mesh->positions[i].x, mesh->positions[i].y, mesh->positions[i].z};
+                    if (i < mesh->textureCoordinates.size()) v.texCoord = mesh->textureCoordinates[i];
+                    vertices.push_back(v);
+                }
+                indices = mesh->indices;
+            } else {
+                buildTextMesh(*text, vertices, indices);
+            }
+            cached.mesh.upload(vertices, indices);
+        }
+        cached.mesh.lastUsedFrame = frame;
+        return &cached.mesh;
+    }
+
+    void collect(const MemoryNode& node, const Matrix& viewProjection, const Matrix& view, std::vector<DrawItem>& items) {
+        if (node.nodeGeometry) {
+            if (const GpuMesh* mesh = meshFor(node.nodeGeometry); mesh && mesh->indexCount > 0) {
+                DrawItem item;
+                item.mesh = mesh;
+                const Matrix world = fromSimd(node.worldTransform());
+                item.modelViewProjection = multiply(viewProjection, world);
+                const Matrix inView = multiply(view, world);
+                item.viewDepth = -inView[14];
+                std::shared_ptr<memory::MemoryMaterial> material;
+                if (const auto* m = dynamic_cast<const MemoryMeshGeometry*>(node.nodeGeometry.get()))
+                    material = m->materials.empty() ? nullptr : m->materials.front();
+                else if (const auto* t = dynamic_cast<const MemoryTextGeometry*>(node.nodeGeometry.get()))
+                    material = t->material;
+                if (material && material->diffuseProperty) {
+                    const memory::MaterialContents& contents = material->diffuseProperty->contents;
+                    if (const auto* c = std::get_if<UIColor>(&contents)) {
+                        item.colour = linearColour(*c);
+                        item.translucent = c->alpha < 1.0;
+                    } else if (const auto* path = std::get_if<std::string>(&contents)) {
+                        const GpuTexture& tex = textureFor(*path);
+                        if (tex.name) item.texture = &tex;
+                        item.translucent = tex.translucent;
+                    }
+                }
+                items.push_back(item);
+            }
+        }
+        for (const auto& child : node.children()) collect(*child, viewProjection, view, items);
+    }
+
+    void drawMesh(const GpuMesh& mesh, GLenum mode, const Matrix& mvp, const Colour& colour, const GpuTexture* tex,
+                  float light) {
+        glUniformMatrix4fv(modelViewProjection, 1, GL_FALSE, mvp.data());
+        glUniform4f(this->colour, colour[0], colour[1], colour[2], colour[3]);
+        glUniform1f(this->light, light);
+        glUniform1i(useTexture, tex ? 1 : 0);
+        if (tex) glBindTexture(GL_TEXTURE_2D, tex->name);
+        glBindVertexArray(mesh.vertexArray);
+        glDrawElements(mode, mesh.indexCount, GL_UNSIGNED_INT, nullptr);
+    }
+
+    void releaseUnused(bool all) {
+        for (auto it = geometries.begin(); it != geometries.end();) {
+            const bool unused = frame - it->second.mesh.lastUsedFrame > kReleaseAfterFrames;
+            if (it->second.source.expired() || (all && it->second.mesh.lastUsedFrame != frame) || unused) {
+                it->second.mesh.release();
+                it = geometries.erase(it);
+            } else
+                ++it;
+        }
+        for (auto it = textures.begin(); it != textures.end();) {
+            if ((all && it->second.lastUsedFrame != frame) || frame - it->second.lastUsedFrame > kReleaseAfterFrames) {
+                if (it->second.name) glDeleteTextures(1, &it->second.name);
+                it = textures.erase(it);
+            } else
+                ++it;
+        }
+    }
+};
+
+Renderer::Renderer() : state_(std::make_unique<State>()) {}
+Renderer::~Renderer() = default;
+
+void Renderer::releaseUnused() { state_->releaseUnused(true); }
+
+void Renderer::draw(const memory::MemoryPlatform& platform, int widthPx, int heightPx, const RenderOptions& options) {
+    State& s = *state_;
+    ++s.frame;
+    glViewport(0, 0, widthPx, heightPx);
+    glClearColor(0, 0, 0, 1);
+    glClearDepthf(1.0f);
+    glDepthMask(GL_TRUE);
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    if (widthPx <= 0 || heightPx <= 0) return;
+
+    const memory::SimulatedCamera& camera = platform.view->camera;
+    const Matrix projection = perspective(static_cast<float>(camera.verticalFieldOfView),
+                                          static_cast<float>(widthPx) / static_cast<float>(heightPx), kNear, kFar);
+    const Matrix view = rigidInverse(fromSimd(camera.transform()));
+    const Matrix viewProjection = multiply(projection, view);
+
+    glUseProgram(s.program);
+    glUniform1i(s.texture, 0);
+    glUniform1f(s.pointSize, 1.0f);
+    glActiveTexture(GL_TEXTURE0);
+    glEnable(GL_DEPTH_TEST);
+    glDepthFunc(GL_LESS);
+    glEnable(GL_CULL_FACE);
+    glCullFace(GL_BACK);
+    glFrontFace(GL_CCW);
+    glDisable(GL_BLEND);
+
+    const Colour white{1, 1, 1, 1};
+    if (options.showCameraImage) {
+        // The camera feed is a backdrop: drawn with depth, then the depth is forgotten.
+        std::vector<Vertex> vertices;
+        std::vector<std::uint32_t> indices;
+        buildRoom(platform.view->room, vertices, indices);
+        s.room.upload(vertices, indices);
+        glDisable(GL_CULL_FACE);
+        s.drawMesh(s.room, GL_TRIANGLES, viewProjection, white, nullptr, 1.0f);
+        glEnable(GL_CULL_FACE);
+        glClear(GL_DEPTH_BUFFER_BIT);
+    }
+
+    std::vector<DrawItem> items;
+    if (const auto& scene = platform.view->currentScene; scene && scene->root())
+        s.collect(*scene->root(), viewProjection, view, items);
+    for (const DrawItem& item : items)
+        if (!item.translucent) s.drawMesh(*item.mesh, GL_TRIANGLES, item.modelViewProjection, item.colour, item.texture, kAmbientIntensity);
+    std::vector<const DrawItem*> translucent;
+    for (const DrawItem& item : items)
+        if (item.translucent) translucent.push_back(&item);
+    std::stable_sort(translucent.begin(), translucent.end(),
+                     [](const DrawItem* a, const DrawItem* b) { return a->viewDepth > b->viewDepth; });
+    if (!translucent.empty()) {
+        glEnable(GL_BLEND);
+        glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
+        glDepthMask(GL_FALSE);
+        for (const DrawItem* item : translucent)
+            s.drawMesh(*item->mesh, GL_TRIANGLES, item->modelViewProjection, item->colour, item->texture, kAmbientIntensity);
+        glDepthMask(GL_TRUE);
+        glDisable(GL_BLEND);
+    }
+
+    if (options.showFeaturePoints) {
+        std::vector<Vertex> vertices;
+        std::vector<std::uint32_t> indices;
+        buildFeaturePoints(platform.view->room, vertices, indices);
+        s.featurePoints.upload(vertices, indices);
+        if (s.desktop) glEnable(GL_PROGRAM_POINT_SIZE);
+        glUniform1f(s.pointSize, std::max(2.0f, std::round(3.0f * static_cast<float>(heightPx) / 844.0f)));
+        s.drawMesh(s.featurePoints, GL_POINTS, viewProjection, white, nullptr, 1.0f);
+        glUniform1f(s.pointSize, 1.0f);
+    }
+    if (options.showAnchors) {
+        std::vector<simd_float4x4> frames{matrix_identity_float4x4()};
+        for (const auto& anchor : platform.view->arSession.anchors) frames.push_back(anchor->transform());
+        std::vector<Vertex> vertices;
+        std::vector<std::uint32_t> indices;
+        buildAxes(frames, vertices, indices);
+        s.axes.upload(vertices, indices);
+        s.drawMesh(s.axes, GL_LINES, viewProjection, white, nullptr, 1.0f);
+    }
+
+    glBindVertexArray(0);
+    glBindTexture(GL_TEXTURE_2D, 0);
+    glUseProgram(0);
+    glDisable(GL_DEPTH_TEST);
+    glDisable(GL_CULL_FACE);
+    glDisable(GL_BLEND);
+    if (s.frame % kReleaseAfterFrames == 0) s.releaseUnused(false);
+}
+
+} // namespace orrery::render

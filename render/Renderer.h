@@ -1,0 +1,74 @@
+#pragma once
+// Draws what the in-memory platform holds, as the device's AR scene view would show it.
+//
+// The renderer reads the platform and never changes it: the current scene's node tree
+// (every mesh at its node's world transform with its material's diffuse texture or colour,
+// the info label as extruded 3D text), the AR session's anchors, and the simulated device
+// camera (pose and field of view) with the simulated room it films.
+//
+// It speaks only the part of OpenGL that OpenGL 3.3 core and OpenGL ES 3.0 share, through
+// libepoxy, so it draws into any such context: a window's (SDL2) or a headless one
+// (render/Snapshot.h).
+
+#include <memory>
+
+namespace orrery::memory {
+class MemoryPlatform;
+}
+
+namespace orrery::render {
+
+/// What is drawn besides the virtual content, like the scene view's debug options.
+struct RenderOptions {
+    /// The camera image: the simulated room (floor, walls, furniture) behind the virtual content.
+    /// The virtual content never hides behind it, as with a live camera feed.
+    bool showCameraImage = true;
+    /// Yellow dots where the session finds feature points on the room's surfaces
+    /// (ARSCNDebugOptionShowFeaturePoints).
+    bool showFeaturePoints = false;
+    /// Red, green and blue axes 10 cm long at every anchor the session holds and at the
+    /// world origin (ARSCNDebugOptionShowWorldOrigin).
+    bool showAnchors = false;
+};
+
+/// A renderer bound to one OpenGL context.
+///
+/// Construct it while an OpenGL 3.3 core or OpenGL ES 3.0 (or later) context is current and
+/// libepoxy can resolve its functions; every GL object it makes belongs to that context, so
+/// destroy it while the same context is current. Not thread-safe: use it on the context's thread.
+/// Throws std::runtime_error when the context is too old or a shader does not build.
+class Renderer {
+public:
+    Renderer();
+    ~Renderer();
+    Renderer(const Renderer&) = delete;
+    Renderer& operator=(const Renderer&) = delete;
+
+    /// Draws one frame of `platform` into the framebuffer bound now, over the viewport
+    /// (0, 0, widthPx, heightPx), clearing it first.
+    ///
+    /// The view is the simulated device camera (`platform.view->camera`): its pose, its vertical
+    /// field of view and near/far planes of 1 mm and 1 km; the horizontal extent follows
+    /// widthPx / heightPx. At the camera's own aspect (390 x 844 points) a pixel is
+    /// heightPx / 844 points, so a screen point (x, y) of the simulator lands on pixel
+    /// (x * widthPx / 390, y * heightPx / 844) counted from the top left.
+    ///
+    /// Lighting is what the scene view gives models when the app adds no lights: one neutral
+    /// ambient light, so materials show their diffuse colour unshaded; colours are worked in
+    /// linear space and written sRGB-encoded. Back faces are culled; textures with an alpha
+    /// channel (Saturn's rings) are blended after the opaque meshes.
+    ///
+    /// Leaves depth testing, culling and blending disabled and no program or vertex array bound,
+    /// so that an overlay (a user interface panel) can draw afterwards.
+    void draw(const memory::MemoryPlatform& platform, int widthPx, int heightPx, const RenderOptions& options = {});
+
+    /// Frees the GPU copies of meshes, texts and textures no longer used by any scene.
+    /// draw() does this by itself from time to time; call it to free memory at once.
+    void releaseUnused();
+
+private:
+    struct State;
+    std::unique_ptr<State> state_;
+};
+
+} // namespace orrery::render

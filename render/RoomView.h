@@ -1,0 +1,24 @@
+#pragma once
+// What the simulated device camera films: the room as coloured triangles, and the debug
+// overlays (feature points, anchor axes).
+
+#include "platform/memory/MemoryPlatform.h"
+#include "render/GlMath.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace orrery::render {
+
+/// The room: a tiled floor (the lowest surface), walls and ceiling around it, and every other
+/// surface as a block from the floor up to its top. Triangles, counter-clockwise seen from inside.
+void buildRoom(const memory::SimulatedRoom& room, std::vector<Vertex>& vertices, std::vector<std::uint32_t>& indices);
+
+/// Points on every surface where the session finds features: a 20 cm grid, jittered by a hash
+/// so it does not look ruled, the same on every run.
+void buildFeaturePoints(const memory::SimulatedRoom& room, std::vector<Vertex>& vertices, std::vector<std::uint32_t>& indices);
+
+/// Line pairs: red x, green y, blue z axes, 10 cm long, for each frame.
+void buildAxes(const std::vector<simd_float4x4>& frames, std::vector<Vertex>& vertices, std::vector<std::uint32_t>& indices);
+
+} // namespace orrery::render

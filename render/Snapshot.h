@@ -1,0 +1,51 @@
+#pragma once
+// Pictures without a display: the renderer in a headless OpenGL context made through EGL
+// on Mesa's surfaceless platform (software rendering when no GPU is present), and PNG files.
+
+#include "render/Renderer.h"
+
+#include <cstdint>
+#include <filesystem>
+#include <memory>
+#include <vector>
+
+namespace orrery::render {
+
+/// An 8-bit RGBA picture, rows from the top, sRGB-encoded.
+struct Image {
+    int width = 0;
+    int height = 0;
+    std::vector<std::uint8_t> rgba;  ///< width * height * 4 bytes
+};
+
+/// Writes `image` as a PNG file. Throws std::runtime_error when the file cannot be written.
+void writePng(const Image& image, const std::filesystem::path& path);
+/// Reads a PNG file as RGBA. Throws std::runtime_error when it cannot be read.
+Image readPng(const std::filesystem::path& path);
+
+/// A headless OpenGL context (EGL surfaceless) with its own Renderer, drawing into a
+/// 4x multisampled offscreen framebuffer, as the app's scene view does (4x multisampling).
+///
+/// Making the context takes a while; keep one for many pictures. Throws std::runtime_error
+/// when no EGL display or OpenGL 3.3 core / OpenGL ES 3.0 context can be had.
+class HeadlessRenderer {
+public:
+    HeadlessRenderer();
+    ~HeadlessRenderer();
+    HeadlessRenderer(const HeadlessRenderer&) = delete;
+    HeadlessRenderer& operator=(const HeadlessRenderer&) = delete;
+
+    /// One frame of `platform` at widthPx x heightPx (see Renderer::draw).
+    Image render(const memory::MemoryPlatform& platform, int widthPx, int heightPx, const RenderOptions& options = {});
+
+private:
+    struct Context;
+    std::unique_ptr<Context> context_;
+};
+
+/// Renders one frame of `platform` headless and writes it as a PNG file: a HeadlessRenderer made
+/// for the occasion and kept for later calls on the same thread.
+void snapshot(const memory::MemoryPlatform& platform, const std::filesystem::path& path, int widthPx, int heightPx,
+              const RenderOptions& options = {});
+
+} // namespace orrery::render
