@@ -1,3 +1,5 @@
+#include "platform/device/RequireARC.h"
+
 #import "AppDelegate.h"
 
 // Nothing of its own: the session pauses and resumes through the view's appear and disappear events.

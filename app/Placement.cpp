@@ -9,7 +9,10 @@ void ViewController::rendererDidAddNodeForAnchor(ARSCNView& /*renderer*/, const 
                                                  const std::shared_ptr<ARAnchor>& anchor) {
     // Called on the rendering thread: only the class test happens here, the scene changes on the main queue.
     if (anchor && isKindOfClassARPlaneAnchor(*anchor)) return;
-    platform_.mainQueueAsync([this, node] { placeSelectedBody(node); });
+    // The block keeps the controller alive until it has run, whoever else lets go of it meanwhile.
+    std::shared_ptr<ViewController> self = weak_from_this().lock();
+    if (!self) stopProgram();
+    platform_.mainQueueAsync([self = std::move(self), node] { self->placeSelectedBody(node); });
 }
 
 void ViewController::placeSelectedBody(const std::shared_ptr<SCNNode>& anchorNode) {

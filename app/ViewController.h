@@ -33,9 +33,15 @@ void selectBodyByButtonName(const std::string& name);
 /// `selectBodyByName`: selects the body with this node name; other names change nothing.
 void selectBodyByName(const std::string& name);
 
-class ViewController final : public UIViewController, public ARSCNViewDelegate, public UIGestureRecognizerDelegate {
+/// Always owned through a shared pointer (`make`): the block that places a body on a new anchor
+/// holds the controller strongly, so the controller outlives its last other owner until the
+/// block has run. The platform must outlive the controller.
+class ViewController final : public UIViewController,
+                             public ARSCNViewDelegate,
+                             public UIGestureRecognizerDelegate,
+                             public std::enable_shared_from_this<ViewController> {
 public:
-    explicit ViewController(Platform& platform);
+    static std::shared_ptr<ViewController> make(Platform& platform);
 
     // Fields, in declared order.
     std::shared_ptr<ARSCNView> sceneView;
@@ -156,6 +162,8 @@ public:
     std::shared_ptr<SCNNode>& modelFor(BodyIndex body);
 
 private:
+    explicit ViewController(Platform& platform);
+
     Platform& platform_;
 };
 

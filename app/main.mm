@@ -1,3 +1,5 @@
+#include "platform/device/RequireARC.h"
+
 #import <UIKit/UIKit.h>
 
 #import "AppDelegate.h"

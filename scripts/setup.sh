@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs every Debian package the project needs (build, tests, simulator, asset tools, benchmarks).
 # Safe to run again: it does nothing when all packages are present.
+# Extra package names as arguments are installed the same way (scripts/device-build.sh uses it).
 set -euo pipefail
 
 packages=(
@@ -8,6 +9,7 @@ packages=(
   libpugixml-dev libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev
   libassimp-dev libstb-dev libfreetype-dev fonts-dejavu-core
   libepoxy-dev libegl-dev libegl-mesa0 libgl1-mesa-dri
+  "$@"
 )
 
 missing=()

@@ -66,7 +66,7 @@ std::string formatPoint(CGPoint p) {
 
 } // namespace
 
-Simulator::Simulator(const std::filesystem::path& assetParent) : platform_(assetParent), controller_(platform_) {}
+Simulator::Simulator(const std::filesystem::path& assetParent) : platform_(assetParent), controllerOwner_(ViewController::make(platform_)), controller_(*controllerOwner_) {}
 
 void Simulator::start() {
     resetProcessState();

@@ -54,7 +54,8 @@ private:
     void gesture(const char* type, const Command& command, double value = 0, double value2 = 0);
 
     memory::MemoryPlatform platform_;
-    ViewController controller_;
+    std::shared_ptr<ViewController> controllerOwner_;
+    ViewController& controller_;
 };
 
 } // namespace orrery::sim

@@ -41,8 +41,13 @@ public:
     /// The framework view behind a view wrapper made by `wrapView`.
     static ::ARSCNView* unwrapView(const orrery::ARSCNView& view);
     /// The wrapper of a framework node: the existing one while it lives, else a new one.
+    /// Safe on any thread.
     static std::shared_ptr<orrery::SCNNode> wrapNode(::SCNNode* node);
 #endif
+    /// Takes the delegate bridge and the recognisers off the framework view behind a wrapper
+    /// made by `wrapView`, so that the framework calls nothing of the wrapper or its delegate
+    /// any more; waits for a renderer callback in flight. Main thread.
+    static void detachView(orrery::ARSCNView& view);
 };
 
 } // namespace orrery::device

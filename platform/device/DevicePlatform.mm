@@ -1,12 +1,28 @@
 // The platform interface over the device frameworks. Thin: every operation is
 // one framework call; the only state is the wrapper registry and the bridges
 // for delegates and target-action.
+//
+// Who keeps whom alive:
+// - a node wrapper keeps its framework node; the node finds its wrapper through an
+//   associated box holding a weak reference (the registry, guarded by a lock because the
+//   renderer callback wraps nodes on the rendering thread);
+// - a recogniser wrapper keeps its framework recogniser; the framework recogniser keeps its
+//   target (associated object), and the target reaches the wrapper only through a weak
+//   reference, so a recogniser that outlives its wrapper calls nothing;
+// - a view wrapper keeps its framework view and the delegate bridge; the view holds the
+//   bridge weakly. The bridge points back at the view wrapper and the delegate without
+//   owning them: `detach` (called by the view's owner before it lets go of the controller,
+//   and by the view wrapper's destructor) clears both under the bridge's lock, waits for a
+//   callback in flight on the rendering thread, and takes the recognisers off the view.
+
+#include "platform/device/RequireARC.h"
 
 #import <ARKit/ARKit.h>
 #import <SceneKit/SceneKit.h>
 #import <UIKit/UIKit.h>
 #import <objc/runtime.h>
 
+#include <mutex>
 #include <vector>
 
 #include "platform/device/DevicePlatform.h"
@@ -40,7 +56,8 @@ namespace od = orrery::device;
 @implementation ORWrapperBox
 @end
 
-/// Target of a recogniser: calls the selector's method with the recogniser's wrapper.
+/// Target of a recogniser, owned by the framework recogniser: calls the selector's method with
+/// the recogniser's wrapper while that wrapper lives.
 @interface ORGestureTarget : NSObject {
 @public
     std::function<void()> fire;
@@ -54,16 +71,21 @@ namespace od = orrery::device;
 }
 @end
 
-/// Forwards the view's renderer and session callbacks to the interface delegate.
+/// Forwards the view's renderer and session callbacks to the interface delegate until detached.
 @interface ORViewDelegateBridge : NSObject <ARSCNViewDelegate> {
-@public
-    orrery::ARSCNViewDelegate* target;
-    std::weak_ptr<orrery::ARSCNView> view;
-    orrery::ARSession* session;
+    std::mutex _lock;
+    orrery::ARSCNViewDelegate* _target;
+    orrery::ARSCNView* _view;
 }
+- (instancetype)initWithTarget:(orrery::ARSCNViewDelegate*)target view:(orrery::ARSCNView*)view;
+/// No callback reaches the delegate after this returns; one in flight is waited for.
+- (void)detach;
 @end
 
 static char wrapperKey;
+static char targetKey;
+/// Guards the node-to-wrapper registry: the renderer callback wraps nodes off the main thread.
+static std::mutex wrapperLock;
 
 namespace {
 
@@ -228,9 +250,12 @@ private:
     __weak FWView* view_;
 };
 
-class DeviceView final : public orrery::ARSCNView, public std::enable_shared_from_this<DeviceView> {
+class DeviceView final : public orrery::ARSCNView {
 public:
     explicit DeviceView(FWView* v) : v(v), session_(v) {}
+    ~DeviceView() override { detach(); }
+    DeviceView(const DeviceView&) = delete;
+    DeviceView& operator=(const DeviceView&) = delete;
     std::shared_ptr<orrery::SCNScene> scene() const override {
         return v.scene ? std::make_shared<DeviceScene>(v.scene) : nullptr;
     }
@@ -238,12 +263,12 @@ public:
         v.scene = static_cast<DeviceScene&>(*scene).s;
     }
     void setDelegate(orrery::ARSCNViewDelegate* delegate) override {
-        bridge_ = [ORViewDelegateBridge new];
-        bridge_->target = delegate;
-        bridge_->view = shared_from_this();
-        bridge_->session = &session_;
+        [bridge_ detach];
+        bridge_ = delegate ? [[ORViewDelegateBridge alloc] initWithTarget:delegate view:this] : nil;
         v.delegate = bridge_;
     }
+    /// Ends every way back from the framework view into this wrapper and its delegate.
+    void detach();
     void setShowsStatistics(bool shows) override { v.showsStatistics = shows; }
     void setAntialiasingMode(orrery::SCNAntialiasingMode mode) override {
         v.antialiasingMode = static_cast<SCNAntialiasingMode>(mode);
@@ -259,7 +284,12 @@ public:
     }
     std::vector<orrery::ARHitTestResult> hitTestTypes(orrery::CGPoint point, std::uint64_t types) override {
         std::vector<orrery::ARHitTestResult> out;
+        // The feature-point hit test is the operation the logic is written against; its
+        // replacement (raycasting) does not hit feature points.
+#pragma clang diagnostic push
+#pragma clang diagnostic ignored "-Wdeprecated-declarations"
         for (ARHitTestResult* hit in [v hitTest:toFW(point) types:(ARHitTestResultType)types]) out.push_back({fromFW(hit.worldTransform)});
+#pragma clang diagnostic pop
         return out;
     }
     void addGestureRecognizer(const std::shared_ptr<orrery::UIGestureRecognizer>& recognizer) override;
@@ -269,8 +299,7 @@ public:
 private:
     DeviceSession session_;
     ORViewDelegateBridge* bridge_ = nil;
-    // UIKit does not retain a recogniser's target: the wrappers (which own the targets) live
-    // as long as the view they were attached to.
+    // The recognisers stay on the view, and their wrappers alive, until `detach`.
     std::vector<std::shared_ptr<orrery::UIGestureRecognizer>> attachedRecognizers_;
 };
 
@@ -278,7 +307,7 @@ private:
 template <class Base, class FW>
 class DeviceRecognizer : public Base {
 public:
-    DeviceRecognizer(FW* recognizer, ORGestureTarget* target) : r(recognizer), target_(target) {}
+    explicit DeviceRecognizer(FW* recognizer) : r(recognizer) {}
     orrery::UIGestureRecognizerState state() const override {
         return static_cast<orrery::UIGestureRecognizerState>(r.state);
     }
@@ -291,9 +320,6 @@ public:
         (void)delegate;
     }
     FW* r;
-
-private:
-    ORGestureTarget* target_;  // keeps the target alive as long as the recogniser's wrapper
 };
 
 class DevicePinch final : public DeviceRecognizer<orrery::UIPinchGestureRecognizer, UIPinchGestureRecognizer> {
@@ -340,12 +366,22 @@ void DeviceView::addGestureRecognizer(const std::shared_ptr<orrery::UIGestureRec
     attachedRecognizers_.push_back(recognizer);
 }
 
-/// Makes a framework recogniser whose action calls the selector's method with `wrapper`.
+void DeviceView::detach() {
+    [bridge_ detach];
+    bridge_ = nil;
+    v.delegate = nil;
+    for (const auto& recognizer : attachedRecognizers_) [v removeGestureRecognizer:unwrapRecognizer(*recognizer)];
+    attachedRecognizers_.clear();
+}
+
+/// Makes a framework recogniser whose action calls the selector's method with its wrapper.
 template <class Wrapper, class FW>
 std::shared_ptr<Wrapper> makeRecognizer(orrery::Selector action) {
     ORGestureTarget* target = [ORGestureTarget new];
     FW* fw = [[FW alloc] initWithTarget:target action:@selector(fire:)];
-    auto wrapper = std::make_shared<Wrapper>(fw, target);
+    // UIKit does not retain a recogniser's target: the recogniser keeps it for as long as it lives.
+    objc_setAssociatedObject(fw, &targetKey, target, OBJC_ASSOCIATION_RETAIN_NONATOMIC);
+    auto wrapper = std::make_shared<Wrapper>(fw);
     std::weak_ptr<Wrapper> weak = wrapper;
     target->fire = [weak, method = std::move(action.method)] {
         if (auto w = weak.lock()) method(*w);
@@ -361,35 +397,58 @@ public:
         for (const auto& [key, value] : options) fw[toNS(key)] = toNS(value);
         void (^handler)(BOOL) = nil;
         if (completion) handler = ^(BOOL success) { completion(success); };
-        [[::UIApplication sharedApplication] openURL:[FWURL URLWithString:toNS(url.absoluteString)] options:fw completionHandler:handler];
+        // The interface's address was made by URLWithString, but nothing stops a caller from
+        // building one by hand; a text the framework does not take is a failed request.
+        FWURL* address = [FWURL URLWithString:toNS(url.absoluteString)];
+        if (!address) {
+            if (handler) handler(NO);
+            return;
+        }
+        [[::UIApplication sharedApplication] openURL:address options:fw completionHandler:handler];
     }
 };
 
 } // namespace
 
 @implementation ORViewDelegateBridge
+- (instancetype)initWithTarget:(orrery::ARSCNViewDelegate*)target view:(orrery::ARSCNView*)view {
+    if ((self = [super init])) {
+        _target = target;
+        _view = view;
+    }
+    return self;
+}
+- (void)detach {
+    std::lock_guard<std::mutex> hold(_lock);
+    _target = nullptr;
+    _view = nullptr;
+}
+// Each callback runs under the lock, so `detach` cannot free what it is using.
 - (void)renderer:(id<SCNSceneRenderer>)renderer didAddNode:(FWNode*)node forAnchor:(FWAnchor*)anchor {
     (void)renderer;
-    auto view = self->view.lock();
-    if (!view || !target) return;
+    std::lock_guard<std::mutex> hold(_lock);
+    if (!_target || !_view) return;
     std::shared_ptr<orrery::ARAnchor> wrapped;
     if ([anchor isKindOfClass:[FWPlaneAnchor class]])
         wrapped = std::make_shared<orrery::ARPlaneAnchor>(fromFW(anchor.transform));
     else
         wrapped = std::make_shared<orrery::ARAnchor>(fromFW(anchor.transform));
-    target->rendererDidAddNodeForAnchor(*view, od::DevicePlatform::wrapNode(node), wrapped);
+    _target->rendererDidAddNodeForAnchor(*_view, od::DevicePlatform::wrapNode(node), wrapped);
 }
 - (void)session:(FWSession*)session didFailWithError:(NSError*)error {
     (void)session;
-    if (target) target->sessionDidFailWithError(*self->session, {fromNS(error.domain), static_cast<long>(error.code)});
+    std::lock_guard<std::mutex> hold(_lock);
+    if (_target && _view) _target->sessionDidFailWithError(_view->session(), {fromNS(error.domain), static_cast<long>(error.code)});
 }
 - (void)sessionWasInterrupted:(FWSession*)session {
     (void)session;
-    if (target) target->sessionWasInterrupted(*self->session);
+    std::lock_guard<std::mutex> hold(_lock);
+    if (_target && _view) _target->sessionWasInterrupted(_view->session());
 }
 - (void)sessionInterruptionEnded:(FWSession*)session {
     (void)session;
-    if (target) target->sessionInterruptionEnded(*self->session);
+    std::lock_guard<std::mutex> hold(_lock);
+    if (_target && _view) _target->sessionInterruptionEnded(_view->session());
 }
 @end
 
@@ -397,6 +456,7 @@ namespace orrery::device {
 
 std::shared_ptr<orrery::SCNNode> DevicePlatform::wrapNode(::FWNode* node) {
     if (!node) return nullptr;
+    std::lock_guard<std::mutex> hold(wrapperLock);
     ORWrapperBox* box = objc_getAssociatedObject(node, &wrapperKey);
     if (box) {
         if (auto existing = box->node.lock()) return existing;
@@ -412,6 +472,8 @@ std::shared_ptr<orrery::SCNNode> DevicePlatform::wrapNode(::FWNode* node) {
 std::shared_ptr<orrery::ARSCNView> DevicePlatform::wrapView(::FWView* view) { return std::make_shared<DeviceView>(view); }
 
 ::FWView* DevicePlatform::unwrapView(const orrery::ARSCNView& view) { return static_cast<const DeviceView&>(view).v; }
+
+void DevicePlatform::detachView(orrery::ARSCNView& view) { static_cast<DeviceView&>(view).detach(); }
 
 std::shared_ptr<SCNScene> DevicePlatform::newScene() { return std::make_shared<DeviceScene>([FWScene scene]); }
 

@@ -1,3 +1,5 @@
+#include "platform/device/RequireARC.h"
+
 #import "platform/device/ORViewController.h"
 
 #include "app/ViewController.h"
@@ -19,19 +21,36 @@ private:
     ::UITouch* touch_;
 };
 
+/// The platform has no state of its own; it lives for the whole process, so that a controller
+/// kept alive by a queued block never outlives it.
+orrery::device::DevicePlatform& devicePlatform() {
+    static orrery::device::DevicePlatform platform;
+    return platform;
+}
+
 } // namespace
 
 @implementation ORViewController {
-    std::unique_ptr<orrery::device::DevicePlatform> _platform;
-    std::unique_ptr<orrery::ViewController> _controller;
+    // Shared: a main-queue block may keep the controller alive after this object is gone.
+    std::shared_ptr<orrery::ViewController> _controller;
 }
 
 - (void)viewDidLoad {
     [super viewDidLoad];
-    _platform = std::make_unique<orrery::device::DevicePlatform>();
-    _controller = std::make_unique<orrery::ViewController>(*_platform);
+    _controller = orrery::ViewController::make(devicePlatform());
     if (self.sceneView) _controller->sceneView = orrery::device::DevicePlatform::wrapView(self.sceneView);
     _controller->viewDidLoad();
+}
+
+- (void)dealloc {
+    // From here on the framework reaches neither the controller nor its view wrapper; a block
+    // already queued still holds the controller and runs safely.
+    if (_controller && _controller->sceneView) orrery::device::DevicePlatform::detachView(*_controller->sceneView);
+}
+
+// The status bar stays hidden after launch too (Info.plist hides it only while launching).
+- (BOOL)prefersStatusBarHidden {
+    return YES;
 }
 
 - (void)viewWillAppear:(BOOL)animated {

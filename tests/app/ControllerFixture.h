@@ -37,7 +37,8 @@ inline memory::SceneFactory unitBoxScene(std::shared_ptr<memory::CallLog> log) {
 class ControllerTest : public ::testing::Test {
 protected:
     memory::MemoryPlatform platform{emptyAssetParent()};
-    ViewController controller{platform};
+    std::shared_ptr<ViewController> owner = ViewController::make(platform);
+    ViewController& controller = *owner;
 
     void SetUp() override {
         resetProcessState();

@@ -71,6 +71,20 @@ TEST_F(LifecycleTest, PlaneAnchorsGetNothingOtherAnchorsOneBlock) {
     EXPECT_EQ(node->children().size(), 1u);
 }
 
+TEST_F(LifecycleTest, AQueuedBlockKeepsTheControllerUntilItHasRun) {
+    // The view controller's owner lets go between the anchor report and the block's run (on the
+    // device: the view controller goes away while the block waits on the main queue).
+    auto anchorNode = MemoryNode::make();
+    controller.rendererDidAddNodeForAnchor(*platform.view, anchorNode, std::make_shared<ARAnchor>(matrix_identity_float4x4()));
+    std::weak_ptr<ViewController> watch = owner;
+    owner.reset();
+    ASSERT_FALSE(watch.expired()) << "only the queued block holds the controller now";
+    platform.drainMainQueue();
+    ASSERT_EQ(anchorNode->children().size(), 1u);
+    EXPECT_EQ(anchorNode->children()[0]->nodeName, "Earth");
+    EXPECT_TRUE(watch.expired()) << "the block dropped its reference after running";
+}
+
 TEST_F(LifecycleTest, DetachedModelsArePlacedAndCopiesRespondLikeModels) {
     touchEnd(controller.nodeUranusButtonModel);
     gesture("didLongPress:", State::began, meshOf(controller.nodeUranusModel));
