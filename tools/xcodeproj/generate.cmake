@@ -1,8 +1,13 @@
 # Writes OrreryAR.xcodeproj/project.pbxproj from DeviceBuild.cmake. Deterministic: every object
 # identifier is derived from what the object stands for, and every list is sorted, so the same
 # files give the same project byte for byte (tests/tools/xcodeproj checks the committed one).
-#   cmake -DROOT=<repository> [-DOUTPUT=<file>] -P tools/xcodeproj/generate.cmake
+#   cmake [-DROOT=<repository>] [-DOUTPUT=<file>] -P tools/xcodeproj/generate.cmake
 include("${CMAKE_CURRENT_LIST_DIR}/DeviceBuild.cmake")
+# The repository: this file's, unless ROOT names another.
+if(NOT ROOT)
+  set(ROOT "${CMAKE_CURRENT_LIST_DIR}/../..")
+endif()
+get_filename_component(ROOT "${ROOT}" REALPATH)
 if(NOT OUTPUT)
   set(OUTPUT "${ROOT}/${ORRERY_PRODUCT_NAME}.xcodeproj/project.pbxproj")
 endif()

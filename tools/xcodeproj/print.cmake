@@ -1,7 +1,12 @@
 # Prints what DeviceBuild.cmake says, for shell scripts.
-#   cmake -DROOT=<repository> -DWHAT=sources -P print.cmake    one translation unit per line
-#   cmake -DROOT=<repository> -DWHAT=settings -P print.cmake   NAME=value lines (lists space-separated)
+#   cmake [-DROOT=<repository>] -DWHAT=sources -P print.cmake    one translation unit per line
+#   cmake [-DROOT=<repository>] -DWHAT=settings -P print.cmake   NAME=value lines (lists space-separated)
 include("${CMAKE_CURRENT_LIST_DIR}/DeviceBuild.cmake")
+# The repository: this file's, unless ROOT names another.
+if(NOT ROOT)
+  set(ROOT "${CMAKE_CURRENT_LIST_DIR}/../..")
+endif()
+get_filename_component(ROOT "${ROOT}" REALPATH)
 
 if(WHAT STREQUAL "sources")
   orrery_device_sources(sources "${ROOT}")

@@ -1,5 +1,6 @@
 // The committed Xcode project compiles exactly the device build's sources, names only files
-// that exist, copies the app's resources, and is what the generator writes.
+// that exist, copies the app's resources, and is what the generator writes; the device build
+// script steps aside plainly where there is no SDK.
 
 #include "tests/tools/xcodeproj/OldStylePlist.h"
 
@@ -164,7 +165,8 @@ TEST_F(XcodeProject, CompilesExactlyTheDeviceSourcesAndNamesOnlyExistingFiles) {
         return s.starts_with("platform/memory/") || s.starts_with("sim/") || s.starts_with("tests/");
     }));
     std::vector<std::string> none;
-    EXPECT_EQ(projectProblems(readProject(project), sources), none);
+    EXPECT_EQ(projectProblems(readProject(project), sources), none)
+        << "after adding or removing a source file, run `cmake -P tools/xcodeproj/generate.cmake`";
 }
 
 TEST_F(XcodeProject, ReportsEachKindOfDrift) {
@@ -212,7 +214,14 @@ TEST_F(XcodeProject, IsWhatTheGeneratorWrites) {
     fs::remove(out);
     EXPECT_FALSE(generated.empty());
     EXPECT_TRUE(generated == readFile(kProject))
-        << "OrreryAR.xcodeproj is out of date: run `cmake -DROOT=. -P tools/xcodeproj/generate.cmake`";
+        << "OrreryAR.xcodeproj is out of date: run `cmake -P tools/xcodeproj/generate.cmake`";
+}
+
+TEST(DeviceBuildScript, WithoutAnSdkSaysSoInOneLineAndSucceeds) {
+    const std::string sdk = (fs::temp_directory_path() / "orrery-no-such-sdk" / "iPhoneOS.sdk").string();
+    auto [output, ok] = run("ORRERY_IOS_SDK='" + sdk + "' bash '" + (kRoot / "scripts" / "device-build.sh").string() + "'");
+    EXPECT_TRUE(ok);
+    EXPECT_EQ(output, "device build: skipped (no iOS SDK at " + sdk + ")\n");
 }
 
 } // namespace
