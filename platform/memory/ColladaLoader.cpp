@@ -331,14 +331,14 @@ private:
             if (failed_) return nullptr;
             if (!geometry) continue;
             if (first) {
-                node->nodeGeometry = geometry;
+                node->assignGeometry(geometry);
                 first = false;
             } else {
                 // Further meshes of the same node hang below it, one node each.
                 if (++nodeCount_ > kMaxNodes) return nullptr;
                 auto extra = MemoryNode::make(log_);
                 if (const auto name = instance.attribute("name")) extra->nodeName = name.value();
-                extra->nodeGeometry = geometry;
+                extra->assignGeometry(geometry);
                 node->appendChild(extra);
             }
         }

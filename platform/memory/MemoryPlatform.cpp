@@ -421,7 +421,7 @@ std::shared_ptr<SCNNode> MemoryPlatform::nodeWithGeometry(const std::shared_ptr<
     const char* kind = dynamic_cast<const SCNText*>(geometry.get()) ? "SCNText" : "SCNGeometry";
     log->record("nodeWithGeometry:", std::nullopt, Json::array({geometry ? Json(kind) : Json(nullptr)}));
     auto node = MemoryNode::make(log);
-    node->nodeGeometry = geometry;
+    node->assignGeometry(geometry);
     return node;
 }
 

@@ -252,6 +252,11 @@ std::shared_ptr<MemoryNode> MemoryNode::make(std::shared_ptr<CallLog> log) {
     return node;
 }
 
+MemoryNode::~MemoryNode() {
+    // Children that live on lose their parent, and with it their world transform.
+    for (const auto& child : children_) child->invalidateWorld();
+}
+
 void MemoryNode::record(const char* op, Json args) const {
     if (log_) log_->record(op, nodeName, std::move(args));
 }
@@ -273,7 +278,7 @@ SCNVector3 MemoryNode::position() const {
 
 void MemoryNode::setPosition(SCNVector3 position) {
     record("setPosition:", Json::array({toJson(position)}));
-    nodePosition = position;
+    assignPosition(position);
 }
 
 SCNVector3 MemoryNode::scale() const {
@@ -283,7 +288,7 @@ SCNVector3 MemoryNode::scale() const {
 
 void MemoryNode::setScale(SCNVector3 scale) {
     record("setScale:", Json::array({toJson(scale)}));
-    nodeScale = scale;
+    assignScale(scale);
 }
 
 SCNVector4 MemoryNode::rotation() const {
@@ -293,7 +298,7 @@ SCNVector4 MemoryNode::rotation() const {
 
 void MemoryNode::setRotation(SCNVector4 rotation) {
     record("setRotation:", Json::array({toJson(rotation)}));
-    nodeRotation = rotation;
+    assignRotation(rotation);
 }
 
 std::shared_ptr<SCNNode> MemoryNode::parentNode() const {
@@ -319,6 +324,7 @@ void MemoryNode::appendChild(const std::shared_ptr<MemoryNode>& child) {
     if (auto old = child->parent_.lock()) std::erase(old->children_, child);
     child->parent_ = weak_from_this();
     children_.push_back(child);
+    child->invalidateWorld();
 }
 
 void MemoryNode::removeFromParentNode() {
@@ -332,6 +338,7 @@ void MemoryNode::detach() {
     auto self = shared_from_this();
     std::erase(parent->children_, self);
     parent_.reset();
+    invalidateWorld();
 }
 
 std::shared_ptr<SCNNode> MemoryNode::clone() {
@@ -340,10 +347,10 @@ std::shared_ptr<SCNNode> MemoryNode::clone() {
         static std::shared_ptr<MemoryNode> copy(const MemoryNode& source) {
             auto copy = MemoryNode::make(source.log_);
             copy->nodeName = source.nodeName;
-            copy->nodePosition = source.nodePosition;
-            copy->nodeScale = source.nodeScale;
-            copy->nodeRotation = source.nodeRotation;
-            copy->nodeGeometry = source.nodeGeometry;  // shared, with its materials
+            copy->position_ = source.position_;
+            copy->scale_ = source.scale_;
+            copy->rotation_ = source.rotation_;
+            copy->geometry_ = source.geometry_;  // shared, with its materials
             for (const auto& child : source.children_) copy->appendChild(Copier::copy(*child));
             return copy;
         }
@@ -392,7 +399,7 @@ void MemoryNode::applySpan(const SCNAction& leaf, double fromRuns, double toRuns
         const Quat delta = Quat{start.w, -start.x, -start.y, -start.z} * end;
         if (delta.x == 0.0 && delta.y == 0.0 && delta.z == 0.0) return;
         // In the node's own frame: the turn comes after the current orientation.
-        nodeRotation = (fromRotation(nodeRotation) * delta).toAxisAngle();
+        assignRotation((fromRotation(nodeRotation) * delta).toAxisAngle());
         return;
     }
     case SCNAction::Type::scaleBy: {
@@ -400,15 +407,15 @@ void MemoryNode::applySpan(const SCNAction& leaf, double fromRuns, double toRuns
         const double m = leaf.factor > 0 && std::isfinite(leaf.factor)
                              ? std::pow(leaf.factor, toRuns - fromRuns)
                              : std::pow(leaf.factor, std::floor(toRuns) - std::floor(fromRuns));
-        nodeScale = {static_cast<float>(d(nodeScale.x) * m), static_cast<float>(d(nodeScale.y) * m),
-                     static_cast<float>(d(nodeScale.z) * m)};
+        assignScale({static_cast<float>(d(nodeScale.x) * m), static_cast<float>(d(nodeScale.y) * m),
+                     static_cast<float>(d(nodeScale.z) * m)});
         return;
     }
     case SCNAction::Type::moveBy: {
         const double amount = toRuns - fromRuns;
-        nodePosition = {static_cast<float>(d(nodePosition.x) + d(leaf.delta.x) * amount),
+        assignPosition({static_cast<float>(d(nodePosition.x) + d(leaf.delta.x) * amount),
                         static_cast<float>(d(nodePosition.y) + d(leaf.delta.y) * amount),
-                        static_cast<float>(d(nodePosition.z) + d(leaf.delta.z) * amount)};
+                        static_cast<float>(d(nodePosition.z) + d(leaf.delta.z) * amount)});
         return;
     }
     case SCNAction::Type::repeat:
@@ -492,22 +499,53 @@ simd_float4x4 MemoryNode::localTransform() const {
 }
 
 simd_float4x4 MemoryNode::worldTransform() const {
-    simd_float4x4 m = localTransform();
-    for (auto p = parent_.lock(); p; p = p->parent_.lock()) m = simd_mul(p->localTransform(), m);
+    if (!worldValid_) {
+        simd_float4x4 m = localTransform();
+        if (const auto parent = parent_.lock()) m = simd_mul(parent->worldTransform(), m);
+        for (int c = 0; c < 4; ++c)
+            for (int row = 0; row < 3; ++row) world_[static_cast<std::size_t>(c * 3 + row)] = m.columns[c][row];
+        worldValid_ = true;
+    }
+    simd_float4x4 m = matrix_identity_float4x4();
+    for (int c = 0; c < 4; ++c)
+        for (int row = 0; row < 3; ++row) m.columns[c][row] = world_[static_cast<std::size_t>(c * 3 + row)];
     return m;
 }
 
+void MemoryNode::invalidateWorld() {
+    if (!worldValid_) return;
+    worldValid_ = false;
+    for (const auto& child : children_) child->invalidateWorld();
+}
+
+void MemoryNode::assignPosition(SCNVector3 position) {
+    position_ = position;
+    invalidateWorld();
+}
+
+void MemoryNode::assignScale(SCNVector3 scale) {
+    scale_ = scale;
+    invalidateWorld();
+}
+
+void MemoryNode::assignRotation(SCNVector4 rotation) {
+    rotation_ = rotation;
+    invalidateWorld();
+}
+
+void MemoryNode::assignGeometry(std::shared_ptr<SCNGeometry> geometry) { geometry_ = std::move(geometry); }
+
 void MemoryNode::setTransformMatrix(const simd_float4x4& matrix) {
     const auto& c = matrix.columns;
-    nodePosition = {c[3][0], c[3][1], c[3][2]};
+    assignPosition({c[3][0], c[3][1], c[3][2]});
     double scale[3], r[3][3];
     for (int col = 0; col < 3; ++col) {
         scale[col] = std::sqrt(d(c[col][0]) * d(c[col][0]) + d(c[col][1]) * d(c[col][1]) + d(c[col][2]) * d(c[col][2]));
         for (int row = 0; row < 3; ++row)
             r[row][col] = scale[col] > 0 ? d(c[col][row]) / scale[col] : (row == col ? 1.0 : 0.0);
     }
-    nodeScale = {static_cast<float>(scale[0]), static_cast<float>(scale[1]), static_cast<float>(scale[2])};
-    nodeRotation = Quat::fromMatrix(r).toAxisAngle();
+    assignScale({static_cast<float>(scale[0]), static_cast<float>(scale[1]), static_cast<float>(scale[2])});
+    assignRotation(Quat::fromMatrix(r).toAxisAngle());
 }
 
 // ---------------------------------------------------------------- scenes

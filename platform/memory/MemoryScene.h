@@ -7,6 +7,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <array>
 #include <memory>
 #include <optional>
 #include <string>
@@ -95,6 +96,7 @@ class MemoryNode final : public SCNNode, public std::enable_shared_from_this<Mem
 public:
     /// A new empty node; calls on it are recorded in `log` (none when null).
     static std::shared_ptr<MemoryNode> make(std::shared_ptr<CallLog> log = nullptr);
+    ~MemoryNode() override;
 
     // SCNNode (recorded)
     std::optional<std::string> name() const override;
@@ -114,12 +116,19 @@ public:
     void runActionForKey(std::shared_ptr<const SCNAction> action, const std::optional<std::string>& key) override;
     void removeAllActions() override;
 
-    // Direct state access for the simulator, loaders and tests (not recorded).
+    // Direct state access for the simulator, loaders and tests (not recorded). The transform
+    // and the geometry are read here and written with the assign functions below, which keep
+    // the cached world transforms up to date.
     std::optional<std::string> nodeName;
-    SCNVector3 nodePosition{0, 0, 0};
-    SCNVector3 nodeScale{1, 1, 1};
-    SCNVector4 nodeRotation{0, 0, 0, 0};
-    std::shared_ptr<SCNGeometry> nodeGeometry;
+    const SCNVector3& nodePosition = position_;
+    const SCNVector3& nodeScale = scale_;
+    const SCNVector4& nodeRotation = rotation_;
+    const std::shared_ptr<SCNGeometry>& nodeGeometry = geometry_;
+
+    void assignPosition(SCNVector3 position);
+    void assignScale(SCNVector3 scale);
+    void assignRotation(SCNVector4 rotation);
+    void assignGeometry(std::shared_ptr<SCNGeometry> geometry);
 
     std::shared_ptr<MemoryNode> parent() const { return parent_.lock(); }
     const std::vector<std::shared_ptr<MemoryNode>>& children() const { return children_; }
@@ -134,7 +143,8 @@ public:
 
     /// The node's local transform: translation * rotation * scale.
     simd_float4x4 localTransform() const;
-    /// The transform from this node's space to the space of its topmost ancestor.
+    /// The transform from this node's space to the space of its topmost ancestor. Cached: it is
+    /// worked out again only after the node or an ancestor has moved or been re-parented.
     simd_float4x4 worldTransform() const;
     /// Sets position, rotation and scale from a rigid-plus-scale matrix (no shear).
     void setTransformMatrix(const simd_float4x4& matrix);
@@ -149,12 +159,25 @@ public:
 
 private:
     MemoryNode() = default;
+    MemoryNode(const MemoryNode&) = delete;
+    MemoryNode& operator=(const MemoryNode&) = delete;
+    /// Drops the cached world transform of this node and of its descendants.
+    void invalidateWorld();
     void record(const char* op, nlohmann::json args = nlohmann::json::array()) const;
     /// Applies the part of `action` that falls between `from` and `to` seconds of its run.
     void applyProgress(const SCNAction& action, double from, double to);
     /// Applies a rotate-, scale- or move-by between two points of its runs: `fromRuns` and
     /// `toRuns` count completed runs (2.5 is half-way through the third run).
     void applySpan(const SCNAction& leaf, double fromRuns, double toRuns);
+
+    SCNVector3 position_{0, 0, 0};
+    SCNVector3 scale_{1, 1, 1};
+    SCNVector4 rotation_{0, 0, 0, 0};
+    std::shared_ptr<SCNGeometry> geometry_;
+    /// The world transform's first three rows, valid when `worldValid_`; a valid node always
+    /// has a valid parent, so invalidation stops at the first node already invalid.
+    mutable std::array<float, 12> world_{};
+    mutable bool worldValid_ = false;
 
     std::weak_ptr<MemoryNode> parent_;
     std::vector<std::shared_ptr<MemoryNode>> children_;

@@ -28,7 +28,7 @@ inline memory::SceneFactory unitBoxScene(std::shared_ptr<memory::CallLog> log) {
         auto root = MemoryNode::make(log), mesh = MemoryNode::make(log);
         auto geometry = std::make_shared<memory::MemoryMeshGeometry>(log);
         geometry->bounds = {{-0.5f, -0.5f, -0.5f}, {0.5f, 0.5f, 0.5f}};
-        mesh->nodeGeometry = geometry;
+        mesh->assignGeometry(geometry);
         root->appendChild(mesh);
         return std::make_shared<memory::MemoryScene>(log, root);
     };

@@ -71,8 +71,8 @@ TEST_F(ViewModesTest, OverviewFromTheStartAndPressedAgainAfterChanges) {
 
     platform.advance(3.0);
     auto jupiter = mem(controller.nodeJupiterModel);
-    jupiter->nodePosition = {1, 1, 1};
-    jupiter->nodeScale = {2, 2, 2};
+    jupiter->assignPosition({1, 1, 1});
+    jupiter->assignScale({2, 2, 2});
     jupiter->removeAllActions();
     controller.pressButton("JupiterButton");
     controller.pressButton("SolarSystemButton");

@@ -71,7 +71,7 @@ TEST(MemoryActions, EndlessSpinTurnsEvenlyOnTheFrameClock) {
 
 TEST(MemoryActions, TurnsComposeInTheNodesOwnFrame) {
     auto node = MemoryNode::make();
-    node->nodeRotation = {1, 0, 0, static_cast<float>(pi / 2)};
+    node->assignRotation({1, 0, 0, static_cast<float>(pi / 2)});
     node->runActionForKey(SCNAction::rotateByXYZDuration(0, pi / 2, 0, 0), "turn");
     // current * delta: the y turn acts first on the node's own axes.
     EXPECT_VEC3_NEAR(xAxisOf(*node), 0, 1, 0, 1e-6);

@@ -34,8 +34,8 @@ protected:
     std::shared_ptr<MemoryNode> model(const char* name, SCNVector3 position, float scale) {
         auto top = MemoryNode::make();
         top->nodeName = name;
-        top->nodePosition = position;
-        top->nodeScale = {scale, scale, scale};
+        top->assignPosition(position);
+        top->assignScale({scale, scale, scale});
         top->appendChild(boxNode({-0.5f, -0.5f, -0.5f}, {0.5f, 0.5f, 0.5f}));
         return top;
     }
@@ -53,8 +53,8 @@ TEST_F(MemoryHitTest, NestedModelsReturnTheirMeshesNearestFirst) {
     root->appendChild(near);
     root->appendChild(MemoryNode::make());  // no geometry: never reported
     auto emptyText = MemoryNode::make();
-    emptyText->nodeGeometry = std::make_shared<MemoryTextGeometry>(nullptr, "", 0.2);
-    emptyText->nodePosition = {0, 0, -3};
+    emptyText->assignGeometry(std::make_shared<MemoryTextGeometry>(nullptr, "", 0.2));
+    emptyText->assignPosition({0, 0, -3});
     root->appendChild(emptyText);
 
     auto hits = hitNodes(centre());
@@ -76,7 +76,7 @@ TEST_F(MemoryHitTest, NestedModelsReturnTheirMeshesNearestFirst) {
 TEST_F(MemoryHitTest, BoxesTurnWithTheirNodes) {
     // A unit cube 3 m ahead turned 45 degrees about the view axis: a diamond on screen.
     auto turned = model("Turned", {0, 0, -3}, 1);
-    turned->nodeRotation = {0, 0, 1, static_cast<float>(std::numbers::pi / 4)};
+    turned->assignRotation({0, 0, 1, static_cast<float>(std::numbers::pi / 4)});
     root->appendChild(turned);
     // Towards the old corner (0.45, 0.45) at depth 2.5: inside an unturned box, outside the diamond.
     const double d = focal() * 0.45 / 2.5;

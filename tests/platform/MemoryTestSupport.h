@@ -19,7 +19,7 @@ inline std::shared_ptr<MemoryNode> boxNode(SCNVector3 min, SCNVector3 max, std::
     mesh->materials.push_back(std::make_shared<MemoryMaterial>(log));
     auto node = MemoryNode::make(log);
     node->nodeName = std::move(name);
-    node->nodeGeometry = mesh;
+    node->assignGeometry(mesh);
     return node;
 }
 
