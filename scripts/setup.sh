@@ -8,7 +8,7 @@ packages=(
   build-essential cmake pkg-config git
   libpugixml-dev libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev
   libassimp-dev libstb-dev libfreetype-dev fonts-dejavu-core
-  libepoxy-dev libegl-dev libegl-mesa0 libgl1-mesa-dri
+  libepoxy-dev libegl-dev libegl-mesa0 libgl1-mesa-dri libsdl2-dev libimgui-dev
   "$@"
 )
 

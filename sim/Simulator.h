@@ -38,6 +38,8 @@ public:
     void snapshot(const std::string& path, int width, int height, std::size_t line);
     /// What snapshots show besides the scene.
     render::RenderOptions snapshotOptions;
+    /// The screen point of a POINT argument (`@NAME`: the projected centre of the node's bounds).
+    CGPoint resolvePoint(const PointArg& point, std::size_t line);
 
     Json state();
     memory::MemoryPlatform& platform() { return platform_; }
@@ -49,7 +51,6 @@ public:
 private:
     std::shared_ptr<memory::MemoryNode> findNode(const std::string& name, bool includeDetached);
     std::shared_ptr<SCNNode> resolveTarget(const TargetArg& target, std::size_t line);
-    CGPoint resolvePoint(const PointArg& point, std::size_t line);
     memory::MemoryRecognizerBase& recognizer(const char* type, std::size_t line);
     void gesture(const char* type, const Command& command, double value = 0, double value2 = 0);
 

@@ -3,6 +3,7 @@
 #include "sim/Narration.h"
 #include "sim/Scenario.h"
 #include "sim/Simulator.h"
+#include "window/Window.h"
 
 #include <cmath>
 #include <cstdio>
@@ -12,6 +13,7 @@
 #include <istream>
 #include <memory>
 #include <optional>
+#include <sstream>
 #include <string>
 #include <variant>
 
@@ -37,12 +39,16 @@ std::string helpText() {
     std::snprintf(screen, sizeof screen, "%g x %g points", camera.viewport.width, camera.viewport.height);
     return std::string() +
            "usage: orrery-sim [--assets DIR] [--snapshot FILE.png [--size WIDTHxHEIGHT]] [SCENARIO]\n"
+           "       orrery-sim [--assets DIR] --window [--record FILE] [SCENARIO]\n"
            "       orrery-sim --help\n"
            "\n"
            "Runs Orrery AR against the in-memory platform: loads the models from DIR (an\n"
            "art.scnassets folder or a folder holding one; default: the repository's), lets the\n"
            "view load and appear, runs one frame, then runs SCENARIO line by line (\"-\" reads\n"
            "standard input). Without SCENARIO it runs the shipped demo and tells what happens.\n"
+           "With --window it runs SCENARIO (if any), then goes on live in a window: mouse and\n"
+           "keys act as fingers and move the device (see docs/window.md); --record FILE writes\n"
+           "what happens as a scenario that replays headless to the same state.\n"
            "\n"
            "--snapshot FILE.png writes a picture of the screen when the scenario has run to its\n"
            "end, WIDTHxHEIGHT pixels (default: one pixel per point), as the snapshot command does.\n"
@@ -99,6 +105,8 @@ int main(int argc, char** argv) {
     std::optional<std::string> scenario;
     std::optional<std::string> snapshotFile;
     std::pair<int, int> snapshotSize{0, 0};
+    bool window = false;
+    std::optional<std::string> recordPath;
     for (int i = 1; i < argc; ++i) {
         std::string arg = argv[i];
         if (arg == "--help" || arg == "-h") {
@@ -122,6 +130,12 @@ int main(int argc, char** argv) {
             if (!size) usageError("--size: bad picture size '" + word + "': expected WIDTHxHEIGHT, each 1 to " +
                                   std::to_string(kMaxPictureSide));
             snapshotSize = *size;
+        } else if (arg == "--window") {
+            window = true;
+        } else if (arg == "--record" || arg.rfind("--record=", 0) == 0) {
+            if (arg == "--record" && i + 1 >= argc) usageError("--record needs a file");
+            recordPath = arg == "--record" ? argv[++i] : arg.substr(9);
+            if (recordPath->empty()) usageError("--record needs a file");
         } else if (arg == "--") {
             if (i + 1 < argc) {
                 if (scenario || i + 2 < argc) usageError("only one SCENARIO can be given");
@@ -136,14 +150,25 @@ int main(int argc, char** argv) {
     }
 
     if (snapshotSize.first && !snapshotFile) usageError("--size goes with --snapshot");
+    if (recordPath && !window) usageError("--record works with --window only");
+    std::ofstream recordFile;
+    if (recordPath) {
+        recordFile.open(*recordPath);
+        if (!recordFile) usageError("cannot write '" + *recordPath + "'");
+    }
+    window::Recording recording(recordPath ? &recordFile : nullptr);
+
     fs::path assetParent = assets ? assetParentFrom(*assets) : memory::MemoryPlatform::defaultAssetParent();
 
     // Without a scenario the demo runs, narrated.
-    const bool narrate = !scenario;
+    const bool narrate = !scenario && !window;
     const std::string path = scenario ? *scenario : std::string(ORRERY_SOURCE_DIR) + "/sim/demo.scenario";
     std::unique_ptr<std::ifstream> file;
     std::istream* input = &std::cin;
-    if (path != "-" || narrate) {
+    std::istringstream noScenario;
+    if (window && !scenario) {
+        input = &noScenario;
+    } else if (path != "-" || narrate) {
         std::error_code ec;
         if (fs::is_directory(path, ec)) usageError("cannot read scenario '" + path + "': it is a folder");
         file = std::make_unique<std::ifstream>(path);
@@ -161,6 +186,7 @@ int main(int argc, char** argv) {
     try {
         while (std::getline(*input, text)) {
             ++lineNumber;
+            recording.line(text);
             ScenarioLine line = parseLine(text, lineNumber);
             if (const auto* comment = std::get_if<Comment>(&line)) {
                 // "# text" is narration; "#" alone is a paragraph break; other comments stay silent.
@@ -208,5 +234,6 @@ int main(int argc, char** argv) {
             return kUsageStatus;
         }
     }
+    if (window) return window::runWindow(simulator, &recording, emit);
     return 0;
 }

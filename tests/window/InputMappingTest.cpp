@@ -1,0 +1,168 @@
+// Mouse input to the controller's events: which events, in which states, at which moments.
+
+#include "window/InputMapping.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace orrery::window {
+namespace {
+
+using Kind = MouseInput::Kind;
+using Button = MouseInput::Button;
+
+/// One step of a case: a mouse input, or time passing (kind unset).
+struct Step {
+    double time;
+    std::optional<Kind> kind;
+    CGPoint point{};
+    Button button = Button::left;
+    bool ctrl = false;
+    double wheel = 0;
+};
+
+Step press(double t, double x, double y, Button b = Button::left, bool ctrl = false) { return {t, Kind::press, {x, y}, b, ctrl}; }
+Step move(double t, double x, double y) { return {t, Kind::move, {x, y}}; }
+Step release(double t, double x, double y, Button b = Button::left) { return {t, Kind::release, {x, y}, b}; }
+Step wheel(double t, double x, double y, double notches) { return {t, Kind::wheel, {x, y}, Button::left, false, notches}; }
+Step wait(double t) { return {t, std::nullopt}; }
+Step cancel(double t) { return {t, std::nullopt, {-1, -1}}; }
+
+/// Lines equal word by word, numbers (also inside X,Y) within 1e-9.
+bool sameLine(const std::string& a, const std::string& b) {
+    std::istringstream sa(a), sb(b);
+    std::string wa, wb;
+    while (true) {
+        bool ga = static_cast<bool>(sa >> wa), gb = static_cast<bool>(sb >> wb);
+        if (ga != gb) return false;
+        if (!ga) return true;
+        for (char& c : wa) c = c == ',' ? ' ' : c;
+        for (char& c : wb) c = c == ',' ? ' ' : c;
+        std::istringstream na(wa), nb(wb);
+        double x, y;
+        bool numeric = false;
+        while (na >> x && nb >> y) {
+            numeric = true;
+            if (std::fabs(x - y) > 1e-9) return false;
+        }
+        if (!numeric && wa != wb) return false;
+    }
+}
+
+struct Case {
+    const char* name;
+    std::vector<Step> steps;
+    std::vector<std::string> expected;
+};
+
+std::vector<std::string> play(const std::vector<Step>& steps) {
+    GestureRecognition recognition;
+    MouseFingers fingers(recognition);
+    std::vector<std::string> lines;
+    for (const auto& s : steps) {
+        if (s.kind) {
+            fingers.handle({*s.kind, s.button, s.time, s.point, s.ctrl, s.wheel});
+        } else if (s.point.x == -1) {
+            recognition.cancel(s.time);
+            fingers.reset();
+        } else {
+            fingers.tick(s.time);
+            recognition.tick(s.time);
+        }
+        for (auto& l : recognition.take()) lines.push_back(l);
+    }
+    return lines;
+}
+
+const double kTurn1 = std::atan2(std::sin(0.15), std::cos(0.15));
+
+TEST(InputMapping, MouseBecomesTheControllersEvents) {
+    const std::vector<Case> cases = {
+        {"a click ends a touch once no second tap can follow",
+         {press(0, 100, 200), release(0.1, 100, 200), wait(0.44)}, {}},
+        {"... and then it arrives",
+         {press(0, 100, 200), release(0.1, 100, 200), wait(0.45)}, {"touch 100,200"}},
+        {"a double click is a double tap and no touch end",
+         {press(0, 100, 200), release(0.1, 100, 200), press(0.3, 104, 203), release(0.4, 104, 203), wait(2)},
+         {"doubletap 104,203"}},
+        {"a second click too late is two touch ends",
+         {press(0, 100, 200), release(0.1, 100, 200), wait(0.5), press(0.6, 100, 200), release(0.7, 100, 200), wait(2)},
+         {"touch 100,200", "touch 100,200"}},
+        {"a second click elsewhere lets the first touch end through at once",
+         {press(0, 100, 200), release(0.1, 100, 200), press(0.2, 150, 200), release(0.25, 150, 200), wait(2)},
+         {"touch 100,200", "touch 150,200"}},
+        {"a drag pans from the moment it leaves 10 points, with no touch end",
+         {press(0, 100, 200), move(0.05, 105, 200), move(0.1, 115, 200), move(0.2, 130, 210), release(0.3, 130, 210), wait(2)},
+         {"pan began 115,200 15 0", "pan changed 130,210 30 10", "pan ended 130,210 30 10"}},
+        {"a press held 0.5 s is a long press, moving or not",
+         {press(0, 100, 200), wait(0.49), wait(0.5), move(0.6, 103, 200), move(0.7, 140, 200), release(0.8, 140, 200), wait(2)},
+         {"longpress began 100,200", "longpress changed 103,200", "longpress changed 140,200", "longpress ended 140,200"}},
+        {"a press released at 0.5 s is a long press already",
+         {press(0, 100, 200), release(0.5, 100, 200), wait(2)}, {"longpress began 100,200", "longpress ended 100,200"}},
+        {"a drag before 0.5 s is a pan, never a long press",
+         {press(0, 100, 200), move(0.4, 120, 200), wait(1), release(1.1, 120, 200)},
+         {"pan began 120,200 20 0", "pan ended 120,200 20 0"}},
+        {"a held second press fails the double tap: the first touch ends, then the long press",
+         {press(0, 100, 200), release(0.1, 100, 200), press(0.2, 100, 200), wait(0.7), release(0.8, 100, 200), wait(2)},
+         {"touch 100,200", "longpress began 100,200", "longpress ended 100,200"}},
+        {"a dragged second press fails the double tap before the pan begins",
+         {press(0, 100, 200), release(0.1, 100, 200), press(0.2, 100, 200), move(0.3, 100, 230), release(0.4, 100, 230)},
+         {"touch 100,200", "pan began 100,230 0 30", "pan ended 100,230 0 30"}},
+        {"a right drag rotates about the press, clockwise to the right",
+         {press(0, 200, 400, Button::right), move(0.1, 205, 400), move(0.2, 215, 400), move(0.3, 230, 400),
+          release(0.4, 230, 400, Button::right), wait(2)},
+         {"rotate began 200,400 " + formatNumber(kTurn1), "rotate changed 200,400 0.3", "rotate ended 200,400 0.3"}},
+        {"a left release does not end a right drag",
+         {press(0, 200, 400, Button::right), move(0.1, 220, 400), release(0.2, 220, 400), wait(1)},
+         {"rotate began 200,400 0.2"}},
+        {"Ctrl and a drag up pinches open about the press",
+         {press(0, 200, 400, Button::left, true), move(0.1, 200, 397), move(0.2, 200, 370), move(0.3, 200, 430),
+          release(0.4, 200, 430)},
+         {"pinch began 200,400 " + formatNumber(std::exp(0.2)), "pinch changed 200,400 " + formatNumber(std::exp(-0.2)),
+          "pinch ended 200,400 " + formatNumber(std::exp(-0.2))}},
+        {"two fingers that make no gesture end their touches at once",
+         {press(0, 200, 400, Button::left, true), release(0.1, 200, 400)}, {"touch 140,400"}},
+        {"the wheel pinches: the first notch starts, each further one changes, a pause ends",
+         {wheel(0, 200, 400, 1), wheel(0.1, 200, 400, 1), wheel(0.2, 200, 400, -1), wait(0.49), wait(0.5)},
+         {"pinch began 200,400 1.1", "pinch changed 200,400 1.21", "pinch changed 200,400 1.1",
+          "pinch ended 200,400 1.1"}},
+        {"a press ends the wheel's fingers first",
+         {wheel(0, 200, 400, 1), wheel(0.1, 200, 400, 1), press(0.2, 10, 20), release(0.25, 10, 20), wait(1)},
+         {"pinch began 200,400 1.1", "pinch changed 200,400 1.21", "pinch ended 200,400 1.21", "touch 10,20"}},
+        {"losing the focus cancels a recognised gesture and drops a waiting tap",
+         {press(0, 100, 200), move(0.1, 100, 240), cancel(0.2), move(0.3, 100, 260), release(0.4, 100, 260),
+          press(1, 5, 5), release(1.1, 5, 5), cancel(1.2), wait(3)},
+         {"pan began 100,240 0 40", "pan cancelled 100,240 0 40"}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        auto got = play(c.steps);
+        ASSERT_EQ(got.size(), c.expected.size()) << (got.empty() ? "" : got.front());
+        for (std::size_t i = 0; i < got.size(); ++i) EXPECT_TRUE(sameLine(got[i], c.expected[i])) << got[i] << " vs " << c.expected[i];
+    }
+}
+
+TEST(InputMapping, DeadlinesTellWhenTimeWillMatter) {
+    GestureRecognition recognition;
+    EXPECT_FALSE(recognition.deadline());
+    recognition.fingersDown(1.0, {{10, 10}});
+    EXPECT_DOUBLE_EQ(*recognition.deadline(), 1.5);  // the long press
+    recognition.fingersUp(1.2);
+    EXPECT_DOUBLE_EQ(*recognition.deadline(), 1.55);  // the double tap gives up
+    recognition.tick(1.55);
+    EXPECT_FALSE(recognition.deadline());
+    EXPECT_EQ(recognition.take(), std::vector<std::string>{"touch 10,10"});
+}
+
+TEST(InputMapping, NumbersReadBackExactly) {
+    for (double v : {0.1, 1.0 / 3.0, -2.5e-7, 844.0, std::exp(0.2)}) EXPECT_EQ(std::stod(formatNumber(v)), v);
+    for (float v : {0.1f, -1.4f, 3.1415925f}) EXPECT_EQ(std::stof(formatFloat(v)), v);
+    EXPECT_EQ(formatPoint({195, 422.5}), "195,422.5");
+}
+
+} // namespace
+} // namespace orrery::window

@@ -1,0 +1,257 @@
+// A live session recorded and replayed headless gives the same state; SDL events drive it.
+
+#include "window/LiveSession.h"
+#include "window/SdlInput.h"
+
+#include "app/ViewController.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <cstdlib>
+#include <sstream>
+#include <string>
+#include <variant>
+#include <vector>
+
+namespace orrery::window {
+namespace {
+
+using Kind = MouseInput::Kind;
+using Button = MouseInput::Button;
+
+/// A started simulator with a live session on it that records and keeps what is printed.
+struct Live {
+    sim::Simulator simulator{memory::MemoryPlatform::defaultAssetParent()};
+    std::ostringstream file;
+    Recording recording{&file};
+    std::vector<std::string> printed;
+    LiveSession session{(simulator.start(), simulator), [this](const std::string& l) { printed.push_back(l); },
+                        &recording};
+
+    /// Lets time pass as the window does, a little at a time.
+    void until(double t) {
+        for (double x = session.framesRun() * LiveSession::kFrameSeconds; x < t; x += 0.05) session.advanceTo(x);
+        session.advanceTo(t);
+    }
+    CGPoint at(const std::string& name) { return simulator.resolvePoint({std::nullopt, name}, 0); }
+    void click(double t, CGPoint p, Button b = Button::left) {
+        until(t);
+        session.mouse({Kind::press, b, t, p});
+        session.mouse({Kind::release, b, t + 0.05, p});
+    }
+    void drag(double t, CGPoint from, CGPoint by, Button b = Button::left, bool ctrl = false) {
+        until(t);
+        session.mouse({Kind::press, b, t, from, ctrl});
+        for (int i = 1; i <= 4; ++i)
+            session.mouse({Kind::move, b, t + 0.02 * i, {from.x + by.x * i / 4, from.y + by.y * i / 4}});
+        session.mouse({Kind::release, b, t + 0.1, {from.x + by.x, from.y + by.y}});
+    }
+};
+
+/// What a headless run of the scenario text prints.
+std::vector<std::string> replay(const std::string& scenario) {
+    sim::Simulator simulator(memory::MemoryPlatform::defaultAssetParent());
+    simulator.start();
+    std::vector<std::string> printed;
+    std::istringstream in(scenario);
+    std::size_t n = 0;
+    for (std::string line; std::getline(in, line);) {
+        auto parsed = sim::parseLine(line, ++n);
+        if (const auto* command = std::get_if<sim::Command>(&parsed)) {
+            auto out = simulator.run(*command);
+            if (out.kind == sim::Output::Kind::dump) printed.push_back(sim::jsonLine(out.state));
+        }
+    }
+    return printed;
+}
+
+bool hasLineStartingWith(const std::vector<std::string>& lines, const std::string& prefix) {
+    for (const auto& l : lines)
+        if (l.rfind(prefix, 0) == 0) return true;
+    return false;
+}
+
+TEST(LiveSession, RecordingReplaysToTheSameDumps) {
+    Live live;
+    auto& s = live.session;
+    // Look down at the button bar with the arrow key, touch the Mars button.
+    s.key(0.0, CameraKey::lookDown, true);
+    s.key(0.0, CameraKey::turnRight, true);
+    live.until(0.555);
+    s.key(0.555, CameraKey::turnRight, false);
+    live.until(0.705);
+    s.key(0.705, CameraKey::lookDown, false);
+    live.click(1.0, live.at("MarsButton"));
+    live.until(1.5);
+    s.dump(1.5);
+    // Look ahead again with the mouse, walk a little, place Mars on the floor.
+    s.look(1.6, -0.55f / LiveSession::kLookPerPoint, -0.7f / LiveSession::kLookPerPoint);
+    s.key(1.7, CameraKey::forward, true);
+    live.until(1.9);
+    s.key(1.9, CameraKey::forward, false);
+    live.click(2.0, {195, 780});
+    // Gestures on the Earth: drag, wheel, right drag, double click, then a long press on the copy.
+    live.drag(3.0, live.at("Earth"), {40, -20});
+    const CGPoint earth = live.at("Earth");
+    live.until(3.5);
+    for (int i = 0; i < 3; ++i) s.mouse({Kind::wheel, Button::left, 3.5 + 0.05 * i, earth, false, 1});
+    live.drag(4.0, earth, {30, 0}, Button::right);
+    live.click(4.5, earth);
+    live.click(4.7, earth);
+    live.until(6.0);
+    s.finish(6.0);
+
+    const auto& lines = s.history();
+    for (const char* expected : {"camera ", "touch ", "pan changed ", "pinch changed ", "rotate changed ", "doubletap ", "dump"})
+        EXPECT_TRUE(hasLineStartingWith(lines, expected)) << expected;
+    ASSERT_EQ(live.printed.size(), 2u);
+    auto afterButton = nlohmann::json::parse(live.printed[0]);
+    EXPECT_EQ(afterButton["selectedBody"], 6);  // Mars
+    auto final = nlohmann::json::parse(live.printed[1]);
+    EXPECT_EQ(final["anchors"].size(), 1u);
+    EXPECT_EQ(final["selectedBody"], 3);  // the double tap selected the Earth
+    EXPECT_EQ(final["gestureHandled"], true);
+
+    const std::string recorded = live.file.str();
+    EXPECT_NE(recorded.find("\nframe "), std::string::npos) << "frames are folded into 'frame N'";
+    EXPECT_EQ(replay(recorded), live.printed);
+}
+
+TEST(LiveSession, ClockRunsInFramesAndDropsTimeItCannotCatchUp) {
+    Live live;
+    live.session.advanceTo(0.105);
+    EXPECT_EQ(live.session.framesRun(), 6u);
+    live.session.advanceTo(10.0);  // a stall: only the last quarter second is run
+    const auto frames = live.session.framesRun();
+    EXPECT_TRUE(frames == 6u + 15u || frames == 6u + 14u) << frames;
+    live.session.finish(10.0);
+    EXPECT_EQ(live.file.str(), "frame " + std::to_string(frames) + "\ndump\n");
+}
+
+/// SDL with its offscreen driver: no display needed.
+class SdlEvents : public ::testing::Test {
+protected:
+    void SetUp() override {
+        setenv("SDL_VIDEODRIVER", "offscreen", 1);
+        ASSERT_EQ(SDL_Init(SDL_INIT_VIDEO), 0) << SDL_GetError();
+        window_ = SDL_CreateWindow("test", 0, 0, 780, 1688, SDL_WINDOW_HIDDEN);
+        ASSERT_NE(window_, nullptr) << SDL_GetError();
+    }
+    void TearDown() override {
+        if (window_) SDL_DestroyWindow(window_);
+        SDL_Quit();
+    }
+
+    /// Pushes the event through SDL's queue and hands what comes out to the input at `time`.
+    bool send(SDL_Event event, double time) {
+        event.common.timestamp = 0;
+        EXPECT_EQ(SDL_PushEvent(&event), 1) << SDL_GetError();
+        SDL_Event polled;
+        bool running = true;
+        while (SDL_PollEvent(&polled))
+            if (polled.type == event.type) running = input_->handle(polled, time) && running;
+        return running;
+    }
+    SDL_Event button(bool down, int x, int y, Uint8 which = SDL_BUTTON_LEFT) {
+        SDL_Event e{};
+        e.type = down ? SDL_MOUSEBUTTONDOWN : SDL_MOUSEBUTTONUP;
+        e.button.button = which;
+        e.button.x = x;
+        e.button.y = y;
+        return e;
+    }
+    SDL_Event motion(int x, int y, int dx = 0, int dy = 0) {
+        SDL_Event e{};
+        e.type = SDL_MOUSEMOTION;
+        e.motion.x = x;
+        e.motion.y = y;
+        e.motion.xrel = dx;
+        e.motion.yrel = dy;
+        return e;
+    }
+    SDL_Event key(bool down, SDL_Keycode code) {
+        SDL_Event e{};
+        e.type = down ? SDL_KEYDOWN : SDL_KEYUP;
+        e.key.keysym.sym = code;
+        return e;
+    }
+
+    SDL_Window* window_ = nullptr;
+    SdlInput* input_ = nullptr;
+};
+
+TEST_F(SdlEvents, MouseAndKeysBecomeScenarioLines) {
+    Live live;
+    // The screen drawn at twice its size, to the right of a 100-pixel margin.
+    SdlInput input(live.session, {100, 0, 780, 1688});
+    input_ = &input;
+    const auto& lines = live.session.history();
+
+    send(button(true, 50, 50), 0.0);  // on the margin: not a touch
+    send(button(false, 50, 50), 0.05);
+    live.session.advanceTo(1.0);
+    EXPECT_TRUE(lines.empty());
+
+    send(button(true, 300, 400), 1.0);  // a click at (100, 200) points
+    send(button(false, 300, 400), 1.05);
+    live.session.advanceTo(2.0);
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_EQ(lines[0], "touch 100,200");
+
+    send(button(true, 300, 400), 2.0);  // a drag of 20 points to the right
+    send(motion(340, 400), 2.1);
+    send(button(false, 340, 400), 2.2);
+    ASSERT_EQ(lines.size(), 3u);
+    EXPECT_EQ(lines[1], "pan began 120,200 20 0");
+    EXPECT_EQ(lines[2], "pan ended 120,200 20 0");
+
+    send(key(true, SDLK_LCTRL), 3.0);  // Ctrl and a drag up: a pinch
+    send(button(true, 300, 400), 3.0);
+    send(key(false, SDLK_LCTRL), 3.01);
+    send(motion(300, 340), 3.1);
+    send(button(false, 300, 340), 3.2);
+    ASSERT_EQ(lines.size(), 5u);
+    EXPECT_EQ(lines[3].rfind("pinch began 100,200 1.22", 0), 0u) << lines[3];
+
+    SDL_Event wheel{};
+    wheel.type = SDL_MOUSEWHEEL;
+    wheel.wheel.y = 1;
+    wheel.wheel.preciseY = 1;
+    send(motion(300, 400), 4.0);
+    send(wheel, 4.0);
+    send(wheel, 4.1);
+    live.session.advanceTo(5.0);
+    ASSERT_EQ(lines.size(), 8u);
+    EXPECT_EQ(lines[5].rfind("pinch began 100,200 1.1", 0), 0u) << lines[5];
+    EXPECT_EQ(lines[7].rfind("pinch ended 100,200 1.21", 0), 0u) << lines[7];
+
+    // Keys walk the camera; a middle drag looks around; both reach the app as `camera` lines.
+    send(key(true, SDLK_w), 5.0);
+    send(key(false, SDLK_w), 5.2);
+    send(button(true, 300, 400, SDL_BUTTON_MIDDLE), 5.2);
+    send(motion(300, 500, 0, 100), 5.3);
+    send(button(false, 300, 500, SDL_BUTTON_MIDDLE), 5.3);
+    live.session.advanceTo(5.4);
+    const auto& camera = live.simulator.platform().view->camera;
+    EXPECT_NEAR(camera.position.z, -0.2, 0.02);
+    EXPECT_NEAR(camera.pitch, -50 * LiveSession::kLookPerPoint, 1e-6);
+    EXPECT_EQ(lines.back().rfind("camera ", 0), 0u);
+
+    send(key(true, SDLK_p), 6.0);
+    EXPECT_EQ(lines.back(), "dump");
+    EXPECT_EQ(live.printed.size(), 1u);
+
+    SDL_Event focus{};
+    focus.type = SDL_WINDOWEVENT;
+    focus.window.event = SDL_WINDOWEVENT_FOCUS_LOST;
+    send(button(true, 300, 400), 7.0);
+    send(motion(300, 460), 7.1);
+    send(focus, 7.2);
+    EXPECT_EQ(lines.back(), "pan cancelled 100,230 0 30");
+
+    EXPECT_FALSE(send(key(true, SDLK_ESCAPE), 8.0));
+}
+
+} // namespace
+} // namespace orrery::window

@@ -1,0 +1,22 @@
+#pragma once
+// The window's side panel (Dear ImGui): the app's values, the node tree with transforms and
+// running actions, the call log as it grows and the lines the session ran.
+
+#include "sim/Simulator.h"
+#include "window/LiveSession.h"
+
+#include <cstddef>
+
+namespace orrery::window {
+
+class Panel {
+public:
+    /// Draws the panel into the rectangle (window coordinates) inside the current ImGui frame.
+    void draw(sim::Simulator& simulator, const LiveSession& session, float x, float y, float width, float height);
+
+private:
+    std::size_t callsSeen_ = 0;  ///< scrolls the log to its end when it grows
+    std::size_t linesSeen_ = 0;
+};
+
+} // namespace orrery::window

@@ -1,0 +1,103 @@
+#include "window/SdlInput.h"
+
+#include <optional>
+
+namespace orrery::window {
+
+namespace {
+
+std::optional<CameraKey> cameraKey(SDL_Keycode key) {
+    switch (key) {
+    case SDLK_w: return CameraKey::forward;
+    case SDLK_s: return CameraKey::back;
+    case SDLK_a: return CameraKey::left;
+    case SDLK_d: return CameraKey::right;
+    case SDLK_r: return CameraKey::up;
+    case SDLK_f: return CameraKey::down;
+    case SDLK_LEFT: return CameraKey::turnLeft;
+    case SDLK_RIGHT: return CameraKey::turnRight;
+    case SDLK_UP: return CameraKey::lookUp;
+    case SDLK_DOWN: return CameraKey::lookDown;
+    default: return std::nullopt;
+    }
+}
+
+} // namespace
+
+CGPoint ScreenArea::toPoints(double windowX, double windowY) const {
+    return {(windowX - x) * points.width / width, (windowY - y) * points.height / height};
+}
+
+bool ScreenArea::contains(int windowX, int windowY) const {
+    return windowX >= x && windowX < x + width && windowY >= y && windowY < y + height;
+}
+
+bool SdlInput::handle(const SDL_Event& event, double time) {
+    using Kind = MouseInput::Kind;
+    using Button = MouseInput::Button;
+    switch (event.type) {
+    case SDL_QUIT: return false;
+    case SDL_KEYDOWN:
+    case SDL_KEYUP: {
+        const bool down = event.type == SDL_KEYDOWN;
+        const SDL_Keycode key = event.key.keysym.sym;
+        if (key == SDLK_LCTRL || key == SDLK_RCTRL) ctrl_ = down;
+        if (down && key == SDLK_ESCAPE) return false;
+        if (down && !event.key.repeat && key == SDLK_p) session_.dump(time);
+        if (auto k = cameraKey(key); k && !event.key.repeat) session_.key(time, *k, down);
+        break;
+    }
+    case SDL_MOUSEBUTTONDOWN:
+    case SDL_MOUSEBUTTONUP: {
+        const bool down = event.type == SDL_MOUSEBUTTONDOWN;
+        mouse_ = area_.toPoints(event.button.x, event.button.y);
+        mouseOnScreen_ = area_.contains(event.button.x, event.button.y);
+        if (event.button.button == SDL_BUTTON_MIDDLE) {
+            looking_ = down && mouseOnScreen_;
+            break;
+        }
+        if (event.button.button != SDL_BUTTON_LEFT && event.button.button != SDL_BUTTON_RIGHT) break;
+        const Button button = event.button.button == SDL_BUTTON_LEFT ? Button::left : Button::right;
+        if (down) {
+            if (!mouseOnScreen_) break;
+            ++buttonsDown_;
+            session_.mouse({Kind::press, button, time, mouse_, ctrl_ || (SDL_GetModState() & KMOD_CTRL) != 0});
+        } else if (buttonsDown_ > 0) {
+            --buttonsDown_;
+            session_.mouse({Kind::release, button, time, mouse_});
+        }
+        break;
+    }
+    case SDL_MOUSEMOTION:
+        mouse_ = area_.toPoints(event.motion.x, event.motion.y);
+        mouseOnScreen_ = area_.contains(event.motion.x, event.motion.y);
+        if (looking_) {
+            const CGPoint scale = area_.toPoints(area_.x + 1, area_.y + 1);
+            session_.look(time, event.motion.xrel * scale.x, event.motion.yrel * scale.y);
+        } else if (buttonsDown_ > 0) {
+            session_.mouse({Kind::move, Button::left, time, mouse_});
+        } else {
+            session_.advanceTo(time);
+        }
+        break;
+    case SDL_MOUSEWHEEL: {
+        if (!mouseOnScreen_) break;
+        double notches = event.wheel.preciseY;
+        if (event.wheel.direction == SDL_MOUSEWHEEL_FLIPPED) notches = -notches;
+        session_.mouse({Kind::wheel, Button::left, time, mouse_, false, notches});
+        break;
+    }
+    case SDL_WINDOWEVENT:
+        if (event.window.event == SDL_WINDOWEVENT_FOCUS_LOST) {
+            buttonsDown_ = 0;
+            looking_ = false;
+            ctrl_ = false;
+            session_.cancelTouches(time);
+        }
+        break;
+    default: break;
+    }
+    return true;
+}
+
+} // namespace orrery::window
