@@ -20,10 +20,11 @@ const char* sessionName(memory::SessionState state) {
     return "?";
 }
 
-void nodeTree(const memory::MemoryNode& node) {
+void nodeTree(const memory::MemoryNode& node, bool open = false) {
     const std::string label = node.nodeName ? *node.nodeName : std::string("(no name)");
     ImGuiTreeNodeFlags flags = ImGuiTreeNodeFlags_OpenOnArrow;
     if (node.children().empty() && node.actions().empty()) flags |= ImGuiTreeNodeFlags_Bullet;
+    if (open) flags |= ImGuiTreeNodeFlags_DefaultOpen;
     if (!ImGui::TreeNodeEx(static_cast<const void*>(&node), flags, "%s%s", label.c_str(),
                            node.actions().empty() ? "" : "  (running)"))
         return;
@@ -43,7 +44,8 @@ void nodeTree(const memory::MemoryNode& node) {
 
 } // namespace
 
-void Panel::draw(sim::Simulator& simulator, const LiveSession& session, float x, float y, float width, float height) {
+void Panel::draw(sim::Simulator& simulator, const LiveSession& session, render::RenderOptions& options, float x,
+                 float y, float width, float height) {
     auto& platform = simulator.platform();
     auto& view = *platform.view;
     ImGui::SetNextWindowPos(ImVec2(x, y));
@@ -61,12 +63,17 @@ void Panel::draw(sim::Simulator& simulator, const LiveSession& session, float x,
         ImGui::Text("AR session: %s, %zu anchors", sessionName(view.arSession.state), view.arSession.anchors.size());
         const auto& c = session.camera();
         ImGui::Text("camera %.2f %.2f %.2f  yaw %.3f pitch %.3f", c.x, c.y, c.z, c.yaw, c.pitch);
+        ImGui::Checkbox("camera image", &options.showCameraImage);
+        ImGui::SameLine();
+        ImGui::Checkbox("feature points", &options.showFeaturePoints);
+        ImGui::SameLine();
+        ImGui::Checkbox("anchors", &options.showAnchors);
     }
 
     if (ImGui::CollapsingHeader("Scene", ImGuiTreeNodeFlags_DefaultOpen)) {
         ImGui::BeginChild("scene", ImVec2(0, height * 0.35f), true);
         if (view.currentScene && view.currentScene->root())
-            nodeTree(*view.currentScene->root());
+            nodeTree(*view.currentScene->root(), true);
         else
             ImGui::TextDisabled("no scene");
         ImGui::EndChild();

@@ -2,6 +2,7 @@
 // The window's side panel (Dear ImGui): the app's values, the node tree with transforms and
 // running actions, the call log as it grows and the lines the session ran.
 
+#include "render/Renderer.h"
 #include "sim/Simulator.h"
 #include "window/LiveSession.h"
 
@@ -11,8 +12,10 @@ namespace orrery::window {
 
 class Panel {
 public:
-    /// Draws the panel into the rectangle (window coordinates) inside the current ImGui frame.
-    void draw(sim::Simulator& simulator, const LiveSession& session, float x, float y, float width, float height);
+    /// Draws the panel into the rectangle (window coordinates) inside the current ImGui frame;
+    /// its check boxes switch the drawing options.
+    void draw(sim::Simulator& simulator, const LiveSession& session, render::RenderOptions& options, float x, float y,
+              float width, float height);
 
 private:
     std::size_t callsSeen_ = 0;  ///< scrolls the log to its end when it grows

@@ -3,6 +3,8 @@
 #include "window/Panel.h"
 #include "window/SdlInput.h"
 
+#include "render/Renderer.h"
+
 #include <SDL.h>
 #include <epoxy/gl.h>
 #include <backends/imgui_impl_opengl3.h>
@@ -11,7 +13,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <exception>
 #include <iostream>
+#include <memory>
 
 namespace orrery::window {
 
@@ -71,6 +75,14 @@ int runWindow(sim::Simulator& simulator, Recording* recording, const LiveSession
     ImGui_ImplSDL2_InitForOpenGL(window, context);
     ImGui_ImplOpenGL3_Init("#version 330 core");
 
+    std::unique_ptr<render::Renderer> renderer;
+    try {
+        renderer = std::make_unique<render::Renderer>();
+    } catch (const std::exception& e) {
+        std::cerr << "orrery-sim: the scene cannot be drawn: " << e.what() << '\n';
+    }
+    render::RenderOptions renderOptions;
+
     LiveSession session(simulator, print, recording);
     SdlInput input(session, screenArea(window, points));
     Panel panel;
@@ -97,17 +109,14 @@ int runWindow(sim::Simulator& simulator, Recording* recording, const LiveSession
         glViewport(0, 0, drawableWidth, drawableHeight);
         glClearColor(0.08f, 0.08f, 0.1f, 1.0f);
         glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-        glViewport(0, 0, static_cast<int>(std::lround(area.width * pixels)), drawableHeight);
-        glClearColor(0.0f, 0.0f, 0.0f, 1.0f);
-        glEnable(GL_SCISSOR_TEST);
-        glScissor(0, 0, static_cast<int>(std::lround(area.width * pixels)), drawableHeight);
-        glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-        glDisable(GL_SCISSOR_TEST);
+        const int screenWidth = static_cast<int>(std::lround(area.width * pixels));
+        glViewport(0, 0, screenWidth, drawableHeight);
+        if (renderer) renderer->draw(simulator.platform(), screenWidth, drawableHeight, renderOptions);
 
         ImGui_ImplOpenGL3_NewFrame();
         ImGui_ImplSDL2_NewFrame();
         ImGui::NewFrame();
-        panel.draw(simulator, session, static_cast<float>(area.width), 0.0f,
+        panel.draw(simulator, session, renderOptions, static_cast<float>(area.width), 0.0f,
                    static_cast<float>(std::max(windowWidth - area.width, 1)), static_cast<float>(windowHeight));
         ImGui::Render();
         glViewport(0, 0, drawableWidth, drawableHeight);
@@ -115,6 +124,7 @@ int runWindow(sim::Simulator& simulator, Recording* recording, const LiveSession
         SDL_GL_SwapWindow(window);
     }
     session.finish(now);
+    renderer.reset();  // while its context is current
 
     ImGui_ImplOpenGL3_Shutdown();
     ImGui_ImplSDL2_Shutdown();
