@@ -11,94 +11,81 @@ namespace {
 using ::testing::ElementsAreArray;
 using ::testing::HasSubstr;
 
-TEST_F(ControllerTest, StartSceneHoldsStarsEarthLabelButtonsAndRecognisers) {
+TEST_F(ControllerTest, BootstrapMakesItsCallsInOrder) {
     controller.viewDidLoad();
-    std::vector<std::string> expected{"Stars", "Earth", "planetData"};
-    for (const ButtonEntry& row : BodyCatalog::buttons()) expected.emplace_back(row.nodeName);
-    EXPECT_THAT(rootChildNames(), ElementsAreArray(expected));
-
-    auto stars = mem(controller.nodeStarsModel), earth = mem(controller.nodeEarthModel);
-    EXPECT_EQ(stars->nodeScale, (SCNVector3{20, 20, 20}));
-    EXPECT_EQ(stars->nodeRotation, (SCNVector4{0, 1, 0, 3.1415925f}));
-    EXPECT_EQ(stars->nodePosition, (SCNVector3{0, 0, 0}));
-    EXPECT_EQ(earth->nodeScale, (SCNVector3{0.5f, 0.5f, 0.5f}));
-    EXPECT_EQ(earth->nodeRotation, (SCNVector4{0, 1, 0, 0}));
-    EXPECT_EQ(earth->nodePosition, (SCNVector3{0, 0, -2}));
-    ASSERT_EQ(earth->actions().size(), 1u);
-    EXPECT_EQ(earth->actions()[0].key, "EarthAnimation");
-    EXPECT_EQ(earth->actions()[0].action->action->y, 6.283185307179586);
-    EXPECT_EQ(earth->actions()[0].action->action->duration, 24.0);
-    EXPECT_EQ(labelText(), std::string(BodyCatalog::earthText));
-    for (BodyIndex b = 0; b < bodyCount; ++b) {
-        auto node = mem(controller.modelFor(b));
-        EXPECT_EQ(node->nodeName, std::string(BodyCatalog::bodyOfIndex(b)->nodeName));
-        EXPECT_EQ(node->parent() == root(), b == 3) << int(b);
+    Lines expected{"viewDidLoad", R"(setDelegate: "ARSCNViewDelegate")", "setShowsStatistics: false",
+                   "setAntialiasingMode: 2", "SCNScene", R"(setScene: {"rootNode":null})"};
+    for (const expected::Body& body : expected::bodies) {
+        append(expected, {"sceneNamed: " + Json(body.path).dump(), "rootNode", "setName: " + Json(body.name).dump()});
+        if (body.name == "Stars")
+            append(expected, {"Stars.setScale: [20,20,20]", "Stars.setRotation: [0,1,0,3.1415925]",
+                              "Stars.setPosition: [0,0,0]", "scene", "rootNode", R"(addChildNode: "Stars")"});
+        if (body.name == "Earth") {
+            append(expected, placeLines("Earth", 0.5f, {0, 0, -2}));
+            append(expected, labelLines(expected::factText("Earth"), false));
+        }
     }
+    for (const expected::Button& button : expected::buttons) {
+        const std::string name(button.name);
+        append(expected, {"sceneNamed: " + Json(button.path).dump(), "rootNode", "setName: " + Json(name).dump(),
+                          line(name, "setScale:", Json::array({vec(0.2f, 0.2f, 0.2f)})),
+                          line(name, "setRotation:", Json::array({rot(1, 0, 0, 0.7853981f)})),
+                          line(name, "setPosition:", Json::array({vec(button.position)})), "scene", "rootNode",
+                          "addChildNode: " + Json(name).dump()});
+    }
+    const auto recognizer = [&](const char* type, const char* action, Lines settings) {
+        expected.push_back(std::string(R"(initWithTarget:action: "UIViewController",")") + action + "\"");
+        append(expected, settings);
+        append(expected, {R"(setDelegate: "UIGestureRecognizerDelegate")", std::string("addGestureRecognizer: \"") + type + "\""});
+    };
+    recognizer("UIPinchGestureRecognizer", "didPinch:", {});
+    recognizer("UIRotationGestureRecognizer", "didRotate:", {});
+    recognizer("UIPanGestureRecognizer", "didPan:", {});
+    recognizer("UILongPressGestureRecognizer", "didLongPress:", {"setMinimumPressDuration: 0.5"});
+    recognizer("UITapGestureRecognizer", "didDoubleTap:", {"setNumberOfTapsRequired: 2", "setNumberOfTouchesRequired: 1"});
+    EXPECT_THAT(newLines(), ElementsAreArray(expected));
 
-    EXPECT_EQ(platform.view->delegate, &controller);
-    EXPECT_EQ(platform.view->showsStatistics, false);
-    EXPECT_EQ(platform.view->antialiasingMode, SCNAntialiasingModeMultisampling4X);
-    std::vector<std::string> actions;
+    // The recognisers call back into the controller.
     for (const auto& r : platform.view->gestureRecognizers) {
         const auto& record = dynamic_cast<memory::MemoryRecognizerBase&>(*r).record;
-        EXPECT_TRUE(record.target == &controller && record.delegate == &controller);
-        actions.push_back(record.action.name);
+        EXPECT_TRUE(record.target == &controller && record.delegate == &controller) << record.type;
     }
-    EXPECT_THAT(actions, ElementsAreArray({"didPinch:", "didRotate:", "didPan:", "didLongPress:", "didDoubleTap:"}));
-    EXPECT_EQ(recognizer("didLongPress:").record.minimumPressDuration, 0.5);
-    EXPECT_EQ(recognizer("didDoubleTap:").record.numberOfTapsRequired, 2u);
-    EXPECT_EQ(recognizer("didDoubleTap:").record.numberOfTouchesRequired, 1u);
+    EXPECT_EQ(platform.view->delegate, &controller);
 }
 
-TEST_F(ControllerTest, ButtonsStandInThreeTiltedRows) {
+TEST_F(ControllerTest, StartSceneHoldsStarsEarthLabelAndButtonsWithTheOtherBodiesLoadedAside) {
     controller.viewDidLoad();
-    const std::vector<SCNVector3> positions{
-        {-1.25f, -2, -1.3f}, {-1.75f, -2, -1.3f}, {-1.75f, -2, -2},    {-1.25f, -2, -2},    {-0.75f, -2, -2},
-        {-0.25f, -2, -2},    {0.25f, -2, -2},     {0.75f, -2, -2},     {1.25f, -2, -2},     {1.75f, -2, -2},
-        {-1.75f, -2, -2.7f}, {-1.25f, -2, -2.7f}, {-0.75f, -2, -2.7f}, {-0.25f, -2, -2.7f}, {0.25f, -2, -2.7f},
-        {0.75f, -2, -2.7f},  {1.25f, -2, -2.7f},  {1.75f, -2, -2.7f}};
-    for (std::size_t i = 0; i < positions.size(); ++i) {
-        auto button = root()->children().at(i + 3);
-        EXPECT_EQ(button->nodeScale, (SCNVector3{0.2f, 0.2f, 0.2f}));
-        EXPECT_EQ(button->nodeRotation, (SCNVector4{1, 0, 0, 0.7853981f}));
-        EXPECT_EQ(button->nodePosition, positions[i]) << *button->nodeName;
+    std::vector<std::string> names{"Stars", "Earth", "planetData"};
+    for (const expected::Button& button : expected::buttons) names.emplace_back(button.name);
+    EXPECT_THAT(rootChildNames(), ElementsAreArray(names));
+    EXPECT_EQ(labelText(), expected::factText("Earth"));
+    EXPECT_EQ(mem(controller.nodeStarsModel)->nodeName, "Stars");
+    for (std::size_t i = 1; i < expected::bodies.size(); ++i) {
+        auto node = mem(controller.modelFor(BodyIndex(i - 1)));
+        EXPECT_EQ(node->nodeName, expected::bodies[i].name);
+        EXPECT_EQ(node->parent() == root(), expected::bodies[i].name == "Earth") << expected::bodies[i].name;
     }
+    EXPECT_THAT(actionKeys(controller.nodeEarthModel), ElementsAreArray({"EarthAnimation"}));
 }
 
-TEST_F(ControllerTest, BodiesLoadBeforeButtonsAndTheEarthIsReadyBeforeTheNextLoad) {
-    controller.viewDidLoad();
-    std::vector<std::string> loads, expected;
-    std::size_t earthSpin = 0, label = 0, sixthLoad = 0;
-    const auto& calls = platform.log->calls();
-    for (std::size_t i = 0; i < calls.size(); ++i) {
-        if (calls[i].op == "sceneNamed:") loads.push_back(calls[i].args.at(0).get<std::string>());
-        if (calls[i].op == "sceneNamed:" && loads.size() == 6) sixthLoad = i;
-        if (calls[i].op == "runAction:forKey:" && calls[i].target == "Earth" && !earthSpin) earthSpin = i;
-        if (calls[i].op == "setName:" && calls[i].args.at(0) == "planetData" && !label) label = i;
-    }
-    for (const BodyEntry& row : BodyCatalog::bodies()) expected.emplace_back(row.assetPath);
-    for (const ButtonEntry& row : BodyCatalog::buttons()) expected.emplace_back(row.assetPath);
-    EXPECT_THAT(loads, ElementsAreArray(expected));
-    EXPECT_TRUE(0 < earthSpin && earthSpin < label && label < sixthLoad);
-}
-
-TEST_F(ControllerTest, LabelIsReplacedByANewNodeWithTheSamePose) {
+TEST_F(ControllerTest, LabelIsReplacedByANewNodeEveryTime) {
     controller.viewDidLoad();
     auto first = mem(controller.textNode);
+    platform.log->takeNew();
     controller.showText(std::string(BodyCatalog::earthText));
+    EXPECT_THAT(newLines(), ElementsAreArray(labelLines(expected::factText("Earth"), true)));
+    auto second = mem(controller.textNode);
     controller.showText("");
     auto label = mem(controller.textNode);
-    EXPECT_NE(first, label);
+    EXPECT_TRUE(first != second && second != label && first != label);
     EXPECT_EQ(first->parent(), nullptr);
+    EXPECT_EQ(second->parent(), nullptr);
     EXPECT_EQ(countInRoot("planetData"), 1u);
+    EXPECT_EQ(label->parent(), root());
     EXPECT_EQ(labelText(), "");
-    EXPECT_EQ(label->nodeScale, (SCNVector3{0.1f, 0.1f, 0.1f}));
-    EXPECT_EQ(label->nodeRotation, (SCNVector4{1, 0, 0, -0.7853981f}));
     EXPECT_EQ(label->nodePosition, (SCNVector3{-0.8f, -2.35f, -0.95f}));
     auto text = std::dynamic_pointer_cast<memory::MemoryTextGeometry>(label->nodeGeometry);
-    EXPECT_EQ(text->extrusionDepth, 0.2);
     EXPECT_EQ(text->font, (UIFont{"Optima", 1.0}));
-    EXPECT_EQ(std::get<UIColor>(text->material->diffuseProperty->contents), UIColor::orangeColor());
     EXPECT_EQ(std::get<UIColor>(text->material->specularProperty->contents), UIColor::orangeColor());
 }
 

@@ -1,5 +1,7 @@
 #include "tests/app/ControllerFixture.h"
 
+#include <gmock/gmock.h>
+
 #include <cmath>
 
 namespace orrery::scenario {
@@ -40,28 +42,61 @@ protected:
     std::size_t anchorCount() { return platform.view->arSession.anchors.size(); }
 };
 
-TEST_F(TouchTest, TouchOnAMeshInsideAButtonSelectsAndPresses) {
+TEST_F(TouchTest, TouchOnAMeshInsideAButtonSelectsThenPresses) {
+    platform.log->takeNew();
     touchEnd(meshOf(controller.nodeMarsButtonModel));
+    // The walk reads the mesh's name against all 18 button names, goes up, and matches the ninth;
+    // the name is then read once to select and once more to press.
+    Lines expected{R"(locationInView: "ARSCNView")", hitTestLine({195, 422})};
+    append(expected, repeated("name", 18));
+    expected.push_back("parentNode");
+    append(expected, repeated("MarsButton.name", 9 + 2));
+    append(expected, placeLines("Mars", 0.5f, {0, 0, -2}));
+    append(expected, labelLines(expected::factText("Mars"), true));
+    EXPECT_THAT(newLines(), ::testing::ElementsAreArray(expected));
     EXPECT_EQ(selectedBody, 6);
-    EXPECT_EQ(mem(controller.nodeMarsModel)->nodePosition, (SCNVector3{0, 0, -2}));
-    EXPECT_EQ(labelText(), std::string(BodyCatalog::marsText));
-    touchEnd(meshOf(controller.nodeHelpButtonModel));
-    EXPECT_EQ(selectedBody, 6);
-    EXPECT_EQ(platform.application.openedURLs.size(), 1u);
-    touchEnd(controller.nodeSolarSystemButtonModel);
-    EXPECT_EQ(selectedBody, 0);
     EXPECT_EQ(anchorCount(), 0u);
+}
+
+TEST_F(TouchTest, EveryButtonSelectsItsBodyExceptHelp) {
+    for (const expected::Button& button : expected::buttons) {
+        SCOPED_TRACE(std::string(button.name));
+        const int before = button.selects == 3 ? 5 : 3;
+        selectedBody = BodyIndex(before);
+        touchEnd(meshOf(root()->findNamed(std::string(button.name))));
+        EXPECT_EQ(selectedBody, button.selects < 0 ? before : button.selects);
+        selectedBody = 99;
+        selectBodyByButtonName(std::string(button.name));
+        EXPECT_EQ(selectedBody, button.selects < 0 ? 99 : button.selects);
+    }
+    EXPECT_EQ(platform.application.openedURLs.size(), 1u);
+    EXPECT_EQ(anchorCount(), 0u);
+    for (const char* other : {"Sun", "sunButton", "SunButton ", "StarsButton", ""}) selectBodyByButtonName(other);
+    EXPECT_EQ(selectedBody, 15);
 }
 
 TEST_F(TouchTest, TouchElsewhereAnchorsTheSelectedBodyTurnedByTheCameraYaw) {
     const float yaw = platform.view->arSession.currentFrame()->camera.eulerAngles.y;
     ASSERT_NE(yaw, 0.0f);
-    // A touch on a body is no button: it places like a touch on empty space.
-    touchFeaturePoint(featurePoint(), meshOf(controller.nodeEarthModel));
+    // A touch on a body is no button: it places like a touch on empty space, on the nearest feature point.
+    platform.log->takeNew();
+    platform.view->prepareFeatureHits({featurePoint(), makeTranslation({9, 9, 9})});
+    touchEnd(meshOf(controller.nodeEarthModel));
+    Lines expected{R"(locationInView: "ARSCNView")", hitTestLine({195, 422})};
+    for (const std::string node : {"", "Earth.", ""}) {
+        append(expected, repeated(node + "name", 18));
+        expected.push_back(node + "parentNode");
+    }
+    append(expected, {"hitTest:types: [195,422],1", "session", "currentFrame", "session"});
+    auto calls = newLines();
+    ASSERT_EQ(calls.size(), expected.size() + 1);
+    EXPECT_EQ(calls.back().substr(0, 12), "addAnchor: [");
+    calls.pop_back();
+    EXPECT_THAT(calls, ::testing::ElementsAreArray(expected));
     ASSERT_EQ(anchorCount(), 1u);
-    const simd_float4x4 t = platform.view->arSession.anchors[0]->transform(), expected = multiply(featurePoint(), yawMatrix(yaw));
+    const simd_float4x4 t = platform.view->arSession.anchors[0]->transform(), want = multiply(featurePoint(), yawMatrix(yaw));
     for (int c = 0; c < 4; ++c)
-        for (int r = 0; r < 4; ++r) EXPECT_NEAR(t.columns[c][r], expected.columns[c][r], 1e-5) << c << "," << r;
+        for (int r = 0; r < 4; ++r) EXPECT_NEAR(t.columns[c][r], want.columns[c][r], 1e-5) << c << "," << r;
     EXPECT_EQ(t.columns[3], featurePoint().columns[3]);
 
     platform.runFrame();

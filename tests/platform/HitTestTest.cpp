@@ -99,6 +99,16 @@ TEST_F(MemoryHitTest, CameraInsideABoxHitsItWhereTheRayLeaves) {
     EXPECT_EQ(hits[2], after);
 }
 
+TEST_F(MemoryHitTest, OverlapsAreOrderedByWhereTheRayEntersAndBoxesBehindAreNeverHit) {
+    auto longBox = boxNode({-1, -1, -20}, {1, 1, -4}, "Long");      // entered at 4, left at 20
+    auto shortBox = boxNode({-1, -1, -6}, {1, 1, -5}, "Short");     // entered at 5, left at 6
+    auto behind = boxNode({-1, -1, 2}, {1, 1, 3}, "Behind");
+    root->appendChild(shortBox);
+    root->appendChild(behind);
+    root->appendChild(longBox);
+    EXPECT_EQ(hitNodes(centre()), (std::vector<std::shared_ptr<SCNNode>>{longBox, shortBox}));
+}
+
 TEST_F(MemoryHitTest, YawTurnsLeftAndPitchTiltsUp) {
     auto left = boxNode({-5.2f, -0.2f, -0.2f}, {-4.8f, 0.2f, 0.2f}, "Left");
     auto above = boxNode({-0.2f, 1.8f, -5.2f}, {0.2f, 2.2f, -4.8f}, "Above");

@@ -70,6 +70,8 @@ TEST(MemoryNodeTree, CloneCopiesTheSubtreeAndSharesGeometry) {
     auto holder = named("holder");
     auto model = named("Mars");
     model->setPosition({0, 0, -2});
+    model->setScale({0.5f, 0.25f, 2});
+    model->setRotation({0, 0, 1, 0.75f});
     auto mesh = support::boxNode({-1, -1, -1}, {1, 1, 1});
     model->addChildNode(mesh);
     holder->addChildNode(model);
@@ -81,6 +83,9 @@ TEST(MemoryNodeTree, CloneCopiesTheSubtreeAndSharesGeometry) {
     EXPECT_EQ(copy->parentNode(), nullptr);
     EXPECT_EQ(copy->name(), "Mars");
     EXPECT_EQ(copy->position(), (SCNVector3{0, 0, -2}));
+    EXPECT_EQ(copy->scale(), (SCNVector3{0.5f, 0.25f, 2}));
+    EXPECT_EQ(copy->rotation(), (SCNVector4{0, 0, 1, 0.75f}));
+    EXPECT_TRUE(copy->actions().empty());
     ASSERT_EQ(copy->children().size(), 1u);
     const auto& copiedMesh = copy->children()[0];
     EXPECT_NE(copiedMesh, mesh);

@@ -72,6 +72,34 @@ TEST(MemorySession, AnchorsAreReportedOnTheNextRunningFrame) {
     EXPECT_EQ(view.currentScene->root()->children().size(), 3u);
 }
 
+TEST(MemorySession, AnchorNodesTakeTheAnchorsWholeTransform) {
+    MemoryPlatform platform;
+    auto& view = *platform.view;
+    view.setScene(platform.newScene());
+    view.session().runWithConfigurationOptions({}, 0);
+    simd_float4x4 turned = simd_matrix4x4(SCNMatrix4MakeRotation(0.6f, 0, 1, 0));
+    turned.columns[3] = {1, -1.4f, -2, 1};
+    view.session().addAnchor(std::make_shared<ARAnchor>(turned));
+    platform.runFrame();
+    ASSERT_EQ(view.anchorNodes.size(), 1u);
+    const auto node = view.anchorNodes[0].second;
+    EXPECT_EQ(node->nodePosition, (SCNVector3{1, -1.4f, -2}));
+    EXPECT_NEAR(node->nodeRotation.y * node->nodeRotation.w, 0.6, 1e-6);
+    EXPECT_NEAR(node->nodeScale.x, 1, 1e-6);
+}
+
+TEST(MemorySession, AFrameReportsAnchorsThenRunsTheQueueThenAdvancesActions) {
+    MemoryPlatform platform;
+    platform.view->setScene(platform.newScene());
+    auto node = MemoryNode::make();
+    platform.view->currentScene->root()->appendChild(node);
+    // A block queued before the frame starts an action; the same frame already moves it on.
+    platform.mainQueueAsync([&] { node->runActionForKey(SCNAction::moveByDuration({1, 0, 0}, 1), "move"); });
+    platform.runFrame(0.25);
+    EXPECT_NEAR(node->nodePosition.x, 0.25, 1e-6);
+    EXPECT_DOUBLE_EQ(platform.time, 0.25);
+}
+
 TEST(MemorySession, FramesCarryTheCameraPose) {
     MemoryPlatform platform;
     auto& view = *platform.view;
