@@ -180,6 +180,20 @@ Image HeadlessRenderer::render(const memory::MemoryPlatform& platform, int width
     return image;
 }
 
+#if defined(__SANITIZE_ADDRESS__)
+// Mesa's driver and the LLVM it compiles shaders with keep allocations for the life of the
+// process; LeakSanitizer is told to overlook those libraries, and only those.
+extern "C" const char* __lsan_default_suppressions() {
+    return "leak:libEGL_mesa.so\n"
+           "leak:libGLX_mesa.so\n"
+           "leak:libglapi.so\n"
+           "leak:swrast_dri.so\n"
+           "leak:kms_swrast_dri.so\n"
+           "leak:libgallium\n"
+           "leak:libLLVM\n";
+}
+#endif
+
 void snapshot(const memory::MemoryPlatform& platform, const std::filesystem::path& path, int widthPx, int heightPx,
               const RenderOptions& options) {
     thread_local std::unique_ptr<HeadlessRenderer> headless;

@@ -1,5 +1,7 @@
 #include "platform/memory/MemoryScene.h"
 
+#include "platform/memory/TextLayout.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -115,13 +117,6 @@ double leafDuration(const SCNAction& leaf) {
     return leaf.duration > 0 && std::isfinite(leaf.duration) ? leaf.duration : 0.0;
 }
 
-/// Number of characters of a UTF-8 text (continuation bytes not counted).
-std::size_t characterCount(const std::string& text) {
-    std::size_t n = 0;
-    for (unsigned char c : text)
-        if ((c & 0xC0) != 0x80) ++n;
-    return n;
-}
 
 } // namespace
 
@@ -215,20 +210,8 @@ MemoryTextGeometry::MemoryTextGeometry(std::shared_ptr<CallLog> log, std::string
       material(std::make_shared<MemoryMaterial>(log)), log_(std::move(log)) {}
 
 SCNBoundingBox MemoryTextGeometry::boundingBox() const {
-    // Without a font the platform's default text font is 36 points.
-    const double em = font ? font->pointSize : 36.0;
-    std::size_t lines = 0, widest = 0, start = 0;
-    while (start <= string.size()) {
-        const std::size_t end = std::min(string.find('\n', start), string.size());
-        widest = std::max(widest, characterCount(string.substr(start, end - start)));
-        ++lines;
-        start = end + 1;
-    }
-    if (widest == 0) return {};
-    // The first line sits on the baseline at y = 0; further lines go down.
-    return {{0.0f, static_cast<float>(-em * static_cast<double>(lines - 1)), 0.0f},
-            {static_cast<float>(0.6 * em * static_cast<double>(widest)), static_cast<float>(em),
-             static_cast<float>(std::max(extrusionDepth, 0.0))}};
+    // The box of the glyph outlines the renderer draws, from the same layout.
+    return textBounds(*layoutText(string, font), extrusionDepth);
 }
 
 std::shared_ptr<SCNMaterial> MemoryTextGeometry::firstMaterial() {

@@ -68,7 +68,7 @@ private:
 };
 
 /// Three-dimensional text: keeps string, depth, font and one material.
-/// Its bounds approximate the laid-out lines (0.6 em per character, 1 em per line).
+/// Its bounds are those of the laid-out glyph outlines (platform/memory/TextLayout.h).
 class MemoryTextGeometry final : public SCNText {
 public:
     MemoryTextGeometry(std::shared_ptr<CallLog> log, std::string string, double extrusionDepth);

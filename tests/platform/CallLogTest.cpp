@@ -82,7 +82,8 @@ TEST(MemoryServices, TextGeometryKeepsItsSettings) {
     EXPECT_EQ(memoryText->font, (UIFont{"Optima", 1.0}));
     EXPECT_EQ(memoryText->material->diffuseProperty->contents, MaterialContents(UIColor::orangeColor()));
     EXPECT_EQ(memoryText->material->specularProperty->contents, MaterialContents(UIColor::orangeColor()));
-    EXPECT_EQ(text->boundingBox().max.z, 0.2f);
+    EXPECT_EQ(text->boundingBox().max.z, 0.1f);  // the extrusion is centred on z = 0
+    EXPECT_EQ(text->boundingBox().min.z, -0.1f);
     EXPECT_GT(text->boundingBox().max.x, text->boundingBox().min.x);
     EXPECT_FALSE(node->nodeName.has_value());
 

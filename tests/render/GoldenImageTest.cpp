@@ -1,0 +1,164 @@
+// Pictures of known scenes compared with committed golden images, and the snapshot command's
+// and option's handling of sizes and files. The scenes are the scenario files in
+// tests/render/scenes, run by the orrery-sim binary; tools/regenerate-pictures.sh remakes the
+// golden images (it runs this test with ORRERY_UPDATE_GOLDENS=1).
+
+#include "render/Snapshot.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+namespace {
+
+namespace fs = std::filesystem;
+using orrery::render::Image;
+using orrery::render::readPng;
+
+const fs::path kSceneDir = fs::path(ORRERY_SOURCE_DIR) / "tests/render/scenes";
+const fs::path kGoldenDir = fs::path(ORRERY_SOURCE_DIR) / "tests/render/golden";
+
+class WorkDir {
+public:
+    WorkDir() {
+        std::string pattern = (fs::temp_directory_path() / "orrery-render-test-XXXXXX").string();
+        path = mkdtemp(pattern.data());
+    }
+    ~WorkDir() {
+        std::error_code ec;
+        fs::remove_all(path, ec);
+    }
+    fs::path path;
+};
+
+std::string quoted(const fs::path& p) { return "'" + p.string() + "'"; }
+
+/// Runs orrery-sim in `dir` with `arguments` (already quoted) and the scenario on standard input;
+/// returns its exit status, or -1 when it did not exit normally.
+int runSimIn(const fs::path& dir, const std::string& arguments, const std::string& scenario) {
+    std::ofstream(dir / "scenario.in") << scenario;
+    // Software rendering everywhere, so pictures do not depend on a GPU.
+    const std::string command = "cd " + quoted(dir) + " && LIBGL_ALWAYS_SOFTWARE=1 " + quoted(ORRERY_SIM_BINARY) + " " +
+                                arguments + " < scenario.in > out.txt 2> err.txt";
+    const int status = std::system(command.c_str());
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+}
+
+std::string slurp(const fs::path& file) {
+    std::ifstream in(file);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+/// How far two pictures of the same size are apart.
+struct Difference {
+    double meanAbsolute = 0;      ///< mean absolute channel difference, 0 to 255
+    double differentShare = 0;    ///< share of pixels with a channel off by more than 48
+};
+
+Difference compare(const Image& a, const Image& b) {
+    Difference d;
+    const std::size_t pixels = static_cast<std::size_t>(a.width) * static_cast<std::size_t>(a.height);
+    std::size_t different = 0;
+    double total = 0;
+    for (std::size_t p = 0; p < pixels; ++p) {
+        int worst = 0;
+        for (std::size_t c = 0; c < 3; ++c) {
+            const int delta = std::abs(int(a.rgba[p * 4 + c]) - int(b.rgba[p * 4 + c]));
+            total += delta;
+            worst = std::max(worst, delta);
+        }
+        if (worst > 48) ++different;
+    }
+    d.meanAbsolute = total / (3.0 * static_cast<double>(pixels));
+    d.differentShare = static_cast<double>(different) / static_cast<double>(pixels);
+    return d;
+}
+
+class GoldenImage : public ::testing::TestWithParam<const char*> {};
+
+TEST_P(GoldenImage, MatchesCommittedPicture) {
+    const std::string name = GetParam();
+    WorkDir work;
+    const std::string scenario = slurp(kSceneDir / (name + ".scenario"));
+    ASSERT_FALSE(scenario.empty()) << "missing scene " << name;
+    ASSERT_EQ(runSimIn(work.path, "-", scenario), 0) << slurp(work.path / "err.txt");
+    const Image actual = readPng(work.path / (name + ".png"));
+
+    const fs::path golden = kGoldenDir / (name + ".png");
+    if (std::getenv("ORRERY_UPDATE_GOLDENS")) {
+        fs::copy_file(work.path / (name + ".png"), golden, fs::copy_options::overwrite_existing);
+        GTEST_SKIP() << "golden image rewritten: " << golden;
+    }
+    const Image expected = readPng(golden);
+    ASSERT_EQ(actual.width, expected.width);
+    ASSERT_EQ(actual.height, expected.height);
+    const Difference d = compare(actual, expected);
+    if (d.meanAbsolute > 2.0 || d.differentShare > 0.01) {
+        const fs::path kept = fs::current_path() / ("golden-actual-" + name + ".png");
+        fs::copy_file(work.path / (name + ".png"), kept, fs::copy_options::overwrite_existing);
+        ADD_FAILURE() << name << ": mean difference " << d.meanAbsolute << ", " << d.differentShare * 100
+                      << "% of pixels differ; the picture made is kept as " << kept;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Scenes, GoldenImage, ::testing::Values("start", "buttons", "overview", "single-body", "placement"),
+                         [](const auto& info) {
+                             std::string n = info.param;
+                             std::replace(n.begin(), n.end(), '-', '_');
+                             return n;
+                         });
+
+TEST(GoldenImage, ComparisonSeesAChangedPicture) {
+    const Image start = readPng(kGoldenDir / "start.png");
+    EXPECT_EQ(compare(start, start).meanAbsolute, 0.0);
+    Image shifted = start;
+    // The Earth one row lower is a different picture.
+    const std::size_t stride = static_cast<std::size_t>(start.width) * 4;
+    std::copy(start.rgba.begin(), start.rgba.end() - static_cast<std::ptrdiff_t>(stride * 4), shifted.rgba.begin() + static_cast<std::ptrdiff_t>(stride * 4));
+    const Difference d = compare(start, shifted);
+    EXPECT_TRUE(d.meanAbsolute > 2.0 || d.differentShare > 0.01);
+}
+
+struct SnapshotCase {
+    const char* what;
+    const char* arguments;
+    const char* scenario;
+    int status;
+    const char* file;  ///< the picture expected, or null
+    int width, height;
+};
+
+class SnapshotCommand : public ::testing::TestWithParam<SnapshotCase> {};
+
+TEST_P(SnapshotCommand, WritesPicturesOfTheAskedSizeOrFails) {
+    const SnapshotCase& c = GetParam();
+    WorkDir work;
+    EXPECT_EQ(runSimIn(work.path, c.arguments, c.scenario), c.status) << c.what << ": " << slurp(work.path / "err.txt");
+    if (c.status != 0) {
+        EXPECT_NE(slurp(work.path / "err.txt").find("orrery-sim: "), std::string::npos) << c.what;
+    }
+    if (!c.file) return;
+    const Image image = readPng(work.path / c.file);
+    EXPECT_EQ(image.width, c.width) << c.what;
+    EXPECT_EQ(image.height, c.height) << c.what;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Cases, SnapshotCommand,
+    ::testing::Values(SnapshotCase{"default size: a pixel per point", "-", "snapshot a.png\n", 0, "a.png", 390, 844},
+                      SnapshotCase{"explicit size", "-", "snapshot b.png 40x30\n", 0, "b.png", 40, 30},
+                      SnapshotCase{"zero side", "-", "snapshot c.png 0x30\n", 2, nullptr, 0, 0},
+                      SnapshotCase{"side too large", "-", "snapshot c.png 9000x30\n", 2, nullptr, 0, 0},
+                      SnapshotCase{"size without x", "-", "snapshot c.png 40\n", 2, nullptr, 0, 0},
+                      SnapshotCase{"no file", "-", "snapshot\n", 2, nullptr, 0, 0},
+                      SnapshotCase{"unwritable file", "-", "snapshot no/such/folder/d.png\n", 2, nullptr, 0, 0},
+                      SnapshotCase{"option after the scenario", "--snapshot e.png --size 20x10 -", "frame\n", 0, "e.png", 20, 10},
+                      SnapshotCase{"option with equals forms", "--snapshot=f.png --size=8x6 -", "", 0, "f.png", 8, 6},
+                      SnapshotCase{"size without snapshot", "--size 8x6 -", "", 2, nullptr, 0, 0},
+                      SnapshotCase{"bad size option", "--snapshot g.png --size 8by6 -", "", 2, nullptr, 0, 0}),
+    [](const auto& info) { return "case" + std::to_string(info.index); });
+
+} // namespace

@@ -1,0 +1,209 @@
+// The renderer against hand-made scenes: where things land on the picture, colours, culling,
+// the camera image and the debug overlays.
+
+#include "platform/memory/MemoryPlatform.h"
+#include "render/Snapshot.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+#include <memory>
+
+namespace {
+
+using namespace orrery;
+using memory::MemoryNode;
+using render::Image;
+using render::RenderOptions;
+
+constexpr int kWidth = 195, kHeight = 422;  // half the screen in points: 2 points a pixel
+
+struct Rgb {
+    int r, g, b;
+};
+
+Rgb pixel(const Image& image, double x, double y) {
+    const std::size_t i = (static_cast<std::size_t>(y) * static_cast<std::size_t>(image.width) + static_cast<std::size_t>(x)) * 4;
+    return {image.rgba[i], image.rgba[i + 1], image.rgba[i + 2]};
+}
+
+/// A cube of side 1 around the origin, triangles counter-clockwise seen from outside.
+std::shared_ptr<memory::MemoryMeshGeometry> cube(const UIColor& colour) {
+    auto g = std::make_shared<memory::MemoryMeshGeometry>();
+    for (int i = 0; i < 8; ++i)
+        g->positions.push_back({i & 1 ? 0.5f : -0.5f, i & 2 ? 0.5f : -0.5f, i & 4 ? 0.5f : -0.5f});
+    g->indices = {0, 2, 3, 0, 3, 1, 4, 5, 7, 4, 7, 6, 0, 1, 5, 0, 5, 4, 2, 6, 7, 2, 7, 3, 0, 4, 6, 0, 6, 2, 1, 3, 7, 1, 7, 5};
+    g->computeBounds();
+    auto material = std::make_shared<memory::MemoryMaterial>();
+    material->diffuseProperty->contents = colour;
+    g->materials.push_back(material);
+    return g;
+}
+
+class RendererTest : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        setenv("LIBGL_ALWAYS_SOFTWARE", "1", 1);
+        headless = std::make_unique<render::HeadlessRenderer>();
+    }
+    static void TearDownTestSuite() { headless.reset(); }
+
+    memory::MemoryPlatform platform{std::filesystem::temp_directory_path()};
+    std::shared_ptr<memory::MemoryScene> scene = std::make_shared<memory::MemoryScene>();
+
+    void SetUp() override { platform.view->currentScene = scene; }
+
+    std::shared_ptr<MemoryNode> addCube(SCNVector3 at, const UIColor& colour, float scale = 0.2f) {
+        auto node = MemoryNode::make();
+        node->assignGeometry(cube(colour));
+        node->assignPosition(at);
+        node->assignScale({scale, scale, scale});
+        scene->root()->appendChild(node);
+        return node;
+    }
+
+    Image render(const RenderOptions& options) { return headless->render(platform, kWidth, kHeight, options); }
+    /// The picture pixel of a world position, through the simulator's own camera projection.
+    std::pair<double, double> pixelOf(SCNVector3 world) const {
+        const auto point = platform.view->camera.project(world);
+        EXPECT_TRUE(point.has_value());
+        return {point->x / 2.0, point->y / 2.0};
+    }
+
+    static inline std::unique_ptr<render::HeadlessRenderer> headless;
+};
+
+const RenderOptions kSceneOnly{false, false, false};
+
+TEST_F(RendererTest, MeshesLandWhereTheCameraProjectsThemInTheirOwnColour) {
+    // sRGB colour components come out as given: unshaded under the neutral ambient light.
+    addCube({0.4f, 0.3f, -3}, {1, 0, 0, 1});
+    addCube({-0.4f, -0.5f, -2}, {0, 0.5, 1, 1});
+    platform.view->camera.yaw = 0.1f;
+    platform.view->camera.pitch = -0.05f;
+    const Image image = render(kSceneOnly);
+    const auto [rx, ry] = pixelOf({0.4f, 0.3f, -3});
+    const Rgb red = pixel(image, rx, ry);
+    EXPECT_EQ(red.r, 255);
+    EXPECT_EQ(red.g, 0);
+    const auto [bx, by] = pixelOf({-0.4f, -0.5f, -2});
+    const Rgb blue = pixel(image, bx, by);
+    EXPECT_NEAR(blue.g, 128, 1);
+    EXPECT_EQ(blue.b, 255);
+    // Away from both: the cleared black.
+    const Rgb empty = pixel(image, 5, 5);
+    EXPECT_EQ(empty.r + empty.g + empty.b, 0);
+}
+
+TEST_F(RendererTest, NodesFollowTheirParentsTransform) {
+    auto parent = MemoryNode::make();
+    parent->assignPosition({0, 0, -4});
+    parent->assignRotation({0, 1, 0, 1.5707963f});  // its +x turns to -z
+    scene->root()->appendChild(parent);
+    auto child = MemoryNode::make();
+    child->assignGeometry(cube({0, 1, 0, 1}));
+    child->assignScale({0.3f, 0.3f, 0.3f});
+    child->assignPosition({0, 1, 1});  // world (1, 1, -4)
+    parent->appendChild(child);
+    const Image image = render(kSceneOnly);
+    const auto [x, y] = pixelOf({1, 1, -4});
+    EXPECT_EQ(pixel(image, x, y).g, 255);
+    const auto [wrongX, wrongY] = pixelOf({0, 1, -3});  // where the child would be without the turn
+    EXPECT_EQ(pixel(image, wrongX, wrongY).g, 0);
+}
+
+TEST_F(RendererTest, BackFacesAreCulledSoAnOutwardBoxIsInvisibleFromInside) {
+    addCube({0, 0, 0}, {1, 1, 1, 1}, 4.0f);
+    const Image image = render(kSceneOnly);
+    EXPECT_EQ(pixel(image, kWidth / 2, kHeight / 2).r, 0);
+}
+
+TEST_F(RendererTest, TranslucentColoursBlendOverWhatIsBehind) {
+    addCube({0, 0, -4}, {1, 1, 1, 1}, 1.0f);
+    addCube({0, 0, -2}, {0, 0, 0, 0.5}, 0.3f);
+    const Image image = render(kSceneOnly);
+    const Rgb mixed = pixel(image, kWidth / 2, kHeight / 2);
+    EXPECT_GT(mixed.r, 60);
+    EXPECT_LT(mixed.r, 200);
+}
+
+TEST_F(RendererTest, CameraImageShowsTheRoomBehindTheContent) {
+    const Image bare = render(kSceneOnly);
+    EXPECT_EQ(pixel(bare, kWidth / 2, kHeight - 5).r, 0);
+    const Image room = render({true, false, false});
+    // Below the horizon the floor, above it a wall: lit differently, neither black.
+    const Rgb floor = pixel(room, kWidth / 2, kHeight - 5), wall = pixel(room, kWidth / 2, kHeight / 2 - 20);
+    EXPECT_GT(floor.r, 60);
+    EXPECT_GT(wall.r, 150);
+    EXPECT_GT(floor.r, floor.b);  // wooden boards
+    // Content is never hidden by the room: a cube behind the far wall still shows.
+    addCube({0, 0, -8}, {0, 0, 1, 1}, 1.0f);
+    EXPECT_EQ(pixel(render({true, false, false}), kWidth / 2, kHeight / 2).b, 255);
+}
+
+TEST_F(RendererTest, FeaturePointsAndAnchorsAppearOnlyWhenAsked) {
+    platform.view->camera.pitch = -0.6f;
+    auto countWhere = [](const Image& image, auto predicate) {
+        int n = 0;
+        for (int y = 0; y < image.height; ++y)
+            for (int x = 0; x < image.width; ++x) n += predicate(pixel(image, x, y)) ? 1 : 0;
+        return n;
+    };
+    auto yellow = [](Rgb p) { return p.r > 200 && p.g > 150 && p.b < 60; };
+    auto red = [](Rgb p) { return p.r > 100 && p.g < 40 && p.b < 40; };  // a thin line, partly covered
+    EXPECT_EQ(countWhere(render(kSceneOnly), yellow), 0);
+    EXPECT_GT(countWhere(render({false, true, false}), yellow), 50);
+
+    platform.view->arSession.anchors.push_back(std::make_shared<ARAnchor>(makeTranslation({0.3f, -1.4f, -2})));
+    EXPECT_EQ(countWhere(render(kSceneOnly), red), 0);
+    const Image axes = render({false, false, true});
+    const auto [x, y] = pixelOf({0.33f, -1.4f, -2});
+    bool redNearAnchor = false;
+    for (int dy = -2; dy <= 2; ++dy)
+        for (int dx = -2; dx <= 2; ++dx) redNearAnchor = redNearAnchor || red(pixel(axes, x + dx, y + dy));
+    EXPECT_TRUE(redNearAnchor);
+}
+
+TEST_F(RendererTest, TextIsDrawnInsideTheBoxTheHitTestUses) {
+    auto geometry = std::make_shared<memory::MemoryTextGeometry>(nullptr, "Hello\nWorld", 0.2);
+    geometry->font = UIFont{"Optima", 1.0};
+    geometry->material->diffuseProperty->contents = UIColor::orangeColor();
+    auto node = MemoryNode::make();
+    node->assignGeometry(geometry);
+    node->assignPosition({-0.5f, 0, -4});
+    node->assignScale({0.3f, 0.3f, 0.3f});
+    scene->root()->appendChild(node);
+    const Image image = render(kSceneOnly);
+
+    const SCNBoundingBox box = geometry->boundingBox();
+    auto worldOf = [&](float x, float y) { return SCNVector3{-0.5f + 0.3f * x, 0.3f * y, -4 + 0.3f * box.max.z}; };
+    const auto [left, top] = pixelOf(worldOf(box.min.x, box.max.y));
+    const auto [right, bottom] = pixelOf(worldOf(box.max.x, box.min.y));
+    int inside = 0, outside = 0;
+    for (int y = 0; y < image.height; ++y)
+        for (int x = 0; x < image.width; ++x) {
+            const Rgb p = pixel(image, x, y);
+            if (p.r + p.g + p.b == 0) continue;
+            const bool within = x >= left - 1 && x <= right + 1 && y >= top - 1 && y <= bottom + 1;
+            (within ? inside : outside) += 1;
+            if (within && p.r > 250) {
+                EXPECT_NEAR(p.g, 128, 2);  // solid glyph pixels are orange
+            }
+        }
+    EXPECT_GT(inside, 100);
+    EXPECT_EQ(outside, 0);
+    // The glyphs reach the box's edges: a box drawn tighter would miss some of them.
+    bool reachesRight = false;
+    for (int y = static_cast<int>(top); y <= static_cast<int>(bottom); ++y)
+        reachesRight = reachesRight || pixel(image, right - 1, y).r > 0;
+    EXPECT_TRUE(reachesRight);
+}
+
+TEST_F(RendererTest, PicturesAreTheSameEveryTime) {
+    addCube({0.1f, 0, -2}, {0.2, 0.7, 0.3, 1}, 0.5f);
+    const Image first = render({true, true, true});
+    EXPECT_EQ(first.rgba, render({true, true, true}).rgba);
+}
+
+} // namespace
