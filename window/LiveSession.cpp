@@ -88,6 +88,14 @@ void LiveSession::dump(double time) {
     run("dump");
 }
 
+std::string LiveSession::snapshot(double time) {
+    advanceTo(time);
+    applyCamera();
+    const std::string line = "snapshot snapshot-" + std::to_string(++snapshots_) + ".png";
+    std::string error;
+    return run(line, &error) ? line : error;
+}
+
 void LiveSession::stepCamera(double seconds) {
     auto axis = [&](CameraKey plus, CameraKey minus) {
         return static_cast<float>(held_[static_cast<int>(plus)]) - static_cast<float>(held_[static_cast<int>(minus)]);

@@ -59,6 +59,9 @@ public:
     void key(double time, CameraKey key, bool down);
     /// Prints and records a dump.
     void dump(double time);
+    /// Takes and records a snapshot of the screen, `snapshot-N.png` in the working folder (N counts
+    /// from 1 in each session). Returns the line it ran, or the message why it could not.
+    std::string snapshot(double time);
     /// Runs frames, long presses and ends of taps due by `time`.
     void advanceTo(double time);
     /// Runs one scenario line and records it; false (with the message on `error`) if it cannot run.
@@ -70,6 +73,7 @@ public:
     const std::vector<std::string>& history() const { return history_; }
     const CameraPose& camera() const { return pose_; }
     unsigned long framesRun() const { return framesRun_; }
+    int snapshotsTaken() const { return snapshots_; }
 
 private:
     void applyCamera();
@@ -86,6 +90,7 @@ private:
     unsigned long framesRun_ = 0;
     double frameOrigin_ = 0;  ///< live time of frame 0; moves on when the window falls too far behind
     std::size_t lineNumber_ = 0;
+    int snapshots_ = 0;
     std::vector<std::string> history_;
 };
 

@@ -1,5 +1,6 @@
 #include "window/SdlInput.h"
 
+#include <iostream>
 #include <optional>
 
 namespace orrery::window {
@@ -44,6 +45,8 @@ bool SdlInput::handle(const SDL_Event& event, double time) {
         if (key == SDLK_LCTRL || key == SDLK_RCTRL) ctrl_ = down;
         if (down && key == SDLK_ESCAPE) return false;
         if (down && !event.key.repeat && key == SDLK_p) session_.dump(time);
+        if (down && !event.key.repeat && key == SDLK_F12)
+            if (auto ran = session_.snapshot(time); ran.rfind("snapshot ", 0) != 0) std::cerr << "orrery-sim: " << ran << '\n';
         if (auto k = cameraKey(key); k && !event.key.repeat) session_.key(time, *k, down);
         break;
     }

@@ -4,7 +4,7 @@
 // Left button: a finger (Ctrl held at the press: two fingers that pinch as the mouse moves up
 // or down). Right button: two fingers that turn. Wheel: a pinch. Middle button drag:
 // mouse-look. W/S, A/D, R/F: walk forward/back, left/right, up/down; arrow keys: turn and
-// look; P: dump the state; Escape or closing the window: quit.
+// look; P: dump the state; F12: a snapshot; Escape or closing the window: quit.
 
 #include "window/LiveSession.h"
 

@@ -88,6 +88,7 @@ int runWindow(sim::Simulator& simulator, Recording* recording, const LiveSession
     Panel panel;
     const Uint32 start = SDL_GetTicks();
     double now = 0;
+    int snapshotsSeen = 0;
     bool running = true;
     while (running) {
         const ScreenArea area = screenArea(window, points);
@@ -102,6 +103,12 @@ int runWindow(sim::Simulator& simulator, Recording* recording, const LiveSession
         now = std::max(now, (SDL_GetTicks() - start) / 1000.0);
         session.advanceTo(now);
 
+        if (session.snapshotsTaken() != snapshotsSeen) {
+            // A snapshot draws in a context of its own; SDL takes its context for current until told otherwise.
+            snapshotsSeen = session.snapshotsTaken();
+            SDL_GL_MakeCurrent(window, nullptr);
+            SDL_GL_MakeCurrent(window, context);
+        }
         int drawableWidth = 0, drawableHeight = 0, windowWidth = 0, windowHeight = 0;
         SDL_GL_GetDrawableSize(window, &drawableWidth, &drawableHeight);
         SDL_GetWindowSize(window, &windowWidth, &windowHeight);

@@ -9,6 +9,8 @@
 #include <nlohmann/json.hpp>
 
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <sstream>
 #include <string>
 #include <variant>
@@ -16,6 +18,8 @@
 
 namespace orrery::window {
 namespace {
+
+namespace fs = std::filesystem;
 
 using Kind = MouseInput::Kind;
 using Button = MouseInput::Button;
@@ -48,6 +52,11 @@ struct Live {
         session.mouse({Kind::release, b, t + 0.1, {from.x + by.x, from.y + by.y}});
     }
 };
+
+std::string slurp(const fs::path& file) {
+    std::ifstream in(file, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
 
 /// What a headless run of the scenario text prints.
 std::vector<std::string> replay(const std::string& scenario) {
@@ -99,11 +108,19 @@ TEST(LiveSession, RecordingReplaysToTheSameDumps) {
     live.drag(4.0, earth, {30, 0}, Button::right);
     live.click(4.5, earth);
     live.click(4.7, earth);
+    // A snapshot in the working folder: the replay must draw the same picture.
+    const fs::path previous = fs::current_path();
+    std::string pattern = (fs::temp_directory_path() / "orrery-live-test-XXXXXX").string();
+    const fs::path dir = mkdtemp(pattern.data());
+    fs::current_path(dir);
+    EXPECT_EQ(s.snapshot(5.8), "snapshot snapshot-1.png");
+    fs::rename("snapshot-1.png", "live.png");
     live.until(6.0);
     s.finish(6.0);
 
     const auto& lines = s.history();
-    for (const char* expected : {"camera ", "touch ", "pan changed ", "pinch changed ", "rotate changed ", "doubletap ", "dump"})
+    for (const char* expected :
+         {"camera ", "touch ", "pan changed ", "pinch changed ", "rotate changed ", "doubletap ", "snapshot ", "dump"})
         EXPECT_TRUE(hasLineStartingWith(lines, expected)) << expected;
     ASSERT_EQ(live.printed.size(), 2u);
     auto afterButton = nlohmann::json::parse(live.printed[0]);
@@ -116,6 +133,10 @@ TEST(LiveSession, RecordingReplaysToTheSameDumps) {
     const std::string recorded = live.file.str();
     EXPECT_NE(recorded.find("\nframe "), std::string::npos) << "frames are folded into 'frame N'";
     EXPECT_EQ(replay(recorded), live.printed);
+    EXPECT_EQ(slurp("snapshot-1.png"), slurp("live.png"));
+    EXPECT_GT(fs::file_size("live.png"), 1000u);
+    fs::current_path(previous);
+    fs::remove_all(dir);
 }
 
 TEST(LiveSession, ClockRunsInFramesAndDropsTimeItCannotCatchUp) {
