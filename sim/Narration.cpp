@@ -1,5 +1,6 @@
 #include "sim/Narration.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <string>
 #include <utility>
@@ -9,6 +10,7 @@ namespace orrery::sim {
 namespace {
 
 std::string number(const Json& value) {
+    if (value.is_string()) return value.get<std::string>();  // the dump's "inf", "-inf" or "nan"
     if (!value.is_number()) return "?";
     char buf[64];
     std::snprintf(buf, sizeof buf, "%.4g", value.get<double>());
@@ -101,6 +103,29 @@ std::vector<SceneLine> sceneLines(const Json& scene) {
     return lines;
 }
 
+/// "NAME key" for every transform of the subtree holding a value that is not finite.
+void collectNonFinite(const Json& node, std::vector<std::string>& found) {
+    for (const char* key : {"position", "scale", "rotation"}) {
+        const Json& values = node[key];
+        if (values.is_array() && std::any_of(values.begin(), values.end(), [](const Json& v) { return v.is_string(); })) {
+            const std::string name = nameOf(node);
+            found.push_back((name.empty() ? std::string("(unnamed)") : name) + " " + key);
+        }
+    }
+    for (const auto& child : node["children"]) collectNonFinite(child, found);
+}
+
+/// A line naming the transforms that overflowed, or nothing when every value is finite.
+std::string nonFiniteNote(const Json& scene) {
+    std::vector<std::string> found;
+    collectNonFinite(scene, found);
+    if (found.empty()) return "";
+    std::string out = "  not finite (the arithmetic overflowed):";
+    for (std::size_t i = 0; i < found.size() && i < 8; ++i) out += (i ? ", " : " ") + found[i];
+    if (found.size() > 8) out += " and " + std::to_string(found.size() - 8) + " more";
+    return out + "\n";
+}
+
 } // namespace
 
 std::string describeState(const Json& state, const Json* previous, const std::function<std::string(int)>& bodyName) {
@@ -117,6 +142,7 @@ std::string describeState(const Json& state, const Json* previous, const std::fu
     const Json& scene = state["scene"];
     if (!scene.is_object()) return out + "  no scene\n";
 
+    out += nonFiniteNote(scene);
     std::vector<SceneLine> now = sceneLines(scene);
     if (!previous || !(*previous)["scene"].is_object()) {
         out += "  the scene holds:\n";
@@ -144,8 +170,10 @@ std::string describeState(const Json& state, const Json* previous, const std::fu
     return out;
 }
 
-std::string describeCalls(const std::vector<memory::PlatformCall>& calls) {
-    if (calls.empty()) return "  no platform calls since the last look\n";
+std::string describeCalls(const std::vector<memory::PlatformCall>& calls, std::size_t dropped) {
+    const std::string droppedNote =
+        dropped > 0 ? "  " + std::to_string(dropped) + " earlier calls were let go unread by the bounded call log\n" : "";
+    if (calls.empty()) return droppedNote + "  no platform calls since the last look\n";
     std::vector<std::pair<std::string, int>> counts;
     for (const auto& call : calls) {
         auto it = counts.begin();
@@ -155,7 +183,7 @@ std::string describeCalls(const std::vector<memory::PlatformCall>& calls) {
         else
             ++it->second;
     }
-    std::string out = "  " + std::to_string(calls.size()) + " platform calls since the last look, by operation:\n";
+    std::string out = droppedNote + "  " + std::to_string(calls.size()) + " platform calls since the last look, by operation:\n";
     std::string line = "   ";
     for (std::size_t i = 0; i < counts.size(); ++i) {
         std::string item = " " + counts[i].first + " x" + std::to_string(counts[i].second) + (i + 1 < counts.size() ? "," : "");

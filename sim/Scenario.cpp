@@ -1,5 +1,7 @@
 #include "sim/Scenario.h"
 
+#include "sim/Quoting.h"
+
 #include <charconv>
 #include <cmath>
 #include <limits>
@@ -127,16 +129,16 @@ public:
 
     double number(std::size_t i, const char* what) const {
         auto v = parseNumber(args_[i].text);
-        if (!v) fail(std::string(what) + " is not a number: '" + args_[i].text + "'");
+        if (!v) fail(std::string(what) + " is not a number: " + quotedWord(args_[i].text));
         return *v;
     }
 
     /// A number that must also fit a 32-bit float (scene coordinates and angles).
     float floatNumber(std::string_view word, const char* what) const {
         auto v = parseNumber(word);
-        if (!v) fail(std::string(what) + " is not a number: '" + std::string(word) + "'");
+        if (!v) fail(std::string(what) + " is not a number: " + quotedWord(word));
         if (std::fabs(*v) > std::numeric_limits<float>::max())
-            fail(std::string(what) + " is out of the 32-bit float range: '" + std::string(word) + "'");
+            fail(std::string(what) + " is out of the 32-bit float range: " + quotedWord(word));
         return static_cast<float>(*v);
     }
 
@@ -145,12 +147,12 @@ public:
         const std::string& w = args_[i].text;
         for (int s = 0; s < 6; ++s)
             if (w == names[s] || w == std::to_string(s)) return static_cast<UIGestureRecognizerState>(s);
-        fail("bad STATE '" + w + "': expected possible, began, changed, ended, cancelled, failed or 0-5");
+        fail("bad STATE " + quotedWord(w) + ": expected possible, began, changed, ended, cancelled, failed or 0-5");
     }
 
     std::string nodeName(const Word& w, std::size_t from, std::size_t to) const {
         std::string name = w.text.substr(from, to - from);
-        if (name.empty()) fail("empty node name in '" + w.text + "'");
+        if (name.empty()) fail("empty node name in " + quotedWord(w.text));
         return name;
     }
 
@@ -163,17 +165,17 @@ public:
         }
         auto comma = w.text.find(',');
         if (comma == std::string::npos || w.text.find(',', comma + 1) != std::string::npos)
-            fail("bad POINT '" + w.text + "': expected X,Y or @NAME");
+            fail("bad POINT " + quotedWord(w.text) + ": expected X,Y or @NAME");
         auto x = parseNumber(std::string_view(w.text).substr(0, comma));
         auto y = parseNumber(std::string_view(w.text).substr(comma + 1));
-        if (!x || !y) fail("bad POINT '" + w.text + "': X and Y must be numbers");
+        if (!x || !y) fail("bad POINT " + quotedWord(w.text) + ": X and Y must be numbers");
         p.literal = CGPoint{*x, *y};
         return p;
     }
 
     TargetArg target(std::size_t i) const {
         const Word& w = args_[i];
-        if (!w.bareAt(0, '@')) fail("bad TARGET '" + w.text + "': expected @NAME or @NAME/mesh");
+        if (!w.bareAt(0, '@')) fail("bad TARGET " + quotedWord(w.text) + ": expected @NAME or @NAME/mesh");
         TargetArg t;
         const std::string suffix = "/mesh";
         std::size_t end = w.text.size();
@@ -193,7 +195,7 @@ public:
         for (std::size_t c; (c = rest.find(',')) != std::string_view::npos; rest.remove_prefix(c + 1))
             parts.push_back(rest.substr(0, c));
         parts.push_back(rest);
-        if (parts.size() != 3) fail("bad feature point '" + w + "': expected X,Y,Z");
+        if (parts.size() != 3) fail("bad feature point " + quotedWord(w) + ": expected X,Y,Z");
         return {floatNumber(parts[0], "feature point X"), floatNumber(parts[1], "feature point Y"),
                 floatNumber(parts[2], "feature point Z")};
     }
@@ -245,7 +247,7 @@ ScenarioLine parseLine(std::string_view text, std::size_t lineNumber) {
     const VerbInfo* info = nullptr;
     for (const auto& v : kVerbs)
         if (head.isBare(v.name)) info = &v;
-    if (!info) throw ScenarioError(lineNumber, "unknown command '" + head.text + "' (see orrery-sim --help)");
+    if (!info) throw ScenarioError(lineNumber, "unknown command " + quotedWord(head.text) + " (see orrery-sim --help)");
 
     Command cmd;
     cmd.verb = info->verb;
@@ -278,8 +280,11 @@ ScenarioLine parseLine(std::string_view text, std::size_t lineNumber) {
             const std::string& w = r.arg(0).text;
             unsigned long n = 0;
             auto [end, ec] = std::from_chars(w.data(), w.data() + w.size(), n);
-            if (ec != std::errc() || end != w.data() + w.size())
-                r.fail("frame count is not a whole number of frames: '" + w + "'");
+            const bool whole = end == w.data() + w.size() && (ec == std::errc() || ec == std::errc::result_out_of_range);
+            if (!whole) r.fail("frame count is not a whole number of frames: " + quotedWord(w));
+            if (ec != std::errc() || n > kMaxFramesPerLine)
+                r.fail("frame count " + quotedWord(w) + " is beyond the limit of " + std::to_string(kMaxFramesPerLine) +
+                       " frames a line (one hour)");
             cmd.frames = n;
         }
         break;
@@ -287,7 +292,10 @@ ScenarioLine parseLine(std::string_view text, std::size_t lineNumber) {
     case Verb::advance: {
         r.expectCount(1, 1);
         double s = r.number(0, "SECONDS");
-        if (s < 0) r.fail("SECONDS must not be negative: '" + r.arg(0).text + "'");
+        if (s < 0) r.fail("SECONDS must not be negative: " + quotedWord(r.arg(0).text));
+        if (s > kMaxAdvanceSeconds)
+            r.fail("SECONDS " + quotedWord(r.arg(0).text) + " is beyond the limit of " +
+                   std::to_string(static_cast<int>(kMaxAdvanceSeconds)) + " seconds a line (one hour)");
         cmd.numbers.push_back(s);
         break;
     }

@@ -67,6 +67,11 @@ struct Blank {};
 
 using ScenarioLine = std::variant<Blank, Comment, Command>;
 
+/// The most frames one `frame` line runs and the most seconds one `advance` line covers (one
+/// hour at 60 frames a second), so that every line ends in bounded time; more is refused.
+inline constexpr unsigned long kMaxFramesPerLine = 216000;
+inline constexpr double kMaxAdvanceSeconds = 3600;
+
 /// Reads one scenario line. Throws ScenarioError for a line it cannot read.
 ScenarioLine parseLine(std::string_view text, std::size_t lineNumber);
 

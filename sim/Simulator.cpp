@@ -1,6 +1,7 @@
 #include "sim/Simulator.h"
 
 #include "render/Snapshot.h"
+#include "sim/Quoting.h"
 
 #include <algorithm>
 #include <cmath>
@@ -93,17 +94,17 @@ std::shared_ptr<MemoryNode> Simulator::findNode(const std::string& name, bool in
 
 std::shared_ptr<SCNNode> Simulator::resolveTarget(const TargetArg& target, std::size_t line) {
     auto node = findNode(target.nodeName, true);
-    if (!node) throw ScenarioError(line, "no node named '" + target.nodeName + "'");
+    if (!node) throw ScenarioError(line, "no node named " + quotedWord(target.nodeName));
     if (!target.mesh) return node;
     auto mesh = firstWithGeometry(node);
-    if (!mesh) throw ScenarioError(line, "node '" + target.nodeName + "' has no geometry-carrying node in its subtree");
+    if (!mesh) throw ScenarioError(line, "node " + quotedWord(target.nodeName) + " has no geometry-carrying node in its subtree");
     return mesh;
 }
 
 CGPoint Simulator::resolvePoint(const PointArg& point, std::size_t line) {
     if (point.literal) return *point.literal;
     auto node = findNode(point.nodeName, false);
-    if (!node) throw ScenarioError(line, "no node named '" + point.nodeName + "' is in the scene");
+    if (!node) throw ScenarioError(line, "no node named " + quotedWord(point.nodeName) + " is in the scene");
     Box box;
     addSubtreeBounds(*node, matrix_identity_float4x4(), box);
     SCNVector3 centre = box.empty ? SCNVector3{} : SCNVector3{(box.min.x + box.max.x) / 2, (box.min.y + box.max.y) / 2,
@@ -111,9 +112,9 @@ CGPoint Simulator::resolvePoint(const PointArg& point, std::size_t line) {
     SCNVector3 world = transformPoint(node->worldTransform(), centre);
     const auto& camera = platform_.view->camera;
     auto screen = camera.project(world);
-    if (!screen) throw ScenarioError(line, "node '" + point.nodeName + "' is off screen (behind the camera)");
+    if (!screen) throw ScenarioError(line, "node " + quotedWord(point.nodeName) + " is off screen (behind the camera)");
     if (!camera.onScreen(*screen))
-        throw ScenarioError(line, "node '" + point.nodeName + "' is off screen (its centre projects to " +
+        throw ScenarioError(line, "node " + quotedWord(point.nodeName) + " is off screen (its centre projects to " +
                                       formatPoint(*screen) + ")");
     return *screen;
 }
@@ -187,6 +188,7 @@ Output Simulator::run(const Command& command) {
         break;
     case Verb::calls:
         out.kind = Output::Kind::calls;
+        out.droppedCalls = platform_.log->droppedUnread();
         out.calls = platform_.log->takeNew();
         break;
     case Verb::snapshot: snapshot(command.name, command.width, command.height, command.line); break;

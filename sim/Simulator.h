@@ -19,6 +19,7 @@ struct Output {
     enum class Kind { none, dump, calls } kind = Kind::none;
     Json state;                                 ///< dump
     std::vector<memory::PlatformCall> calls;    ///< calls
+    std::size_t droppedCalls = 0;               ///< calls: unread calls the bounded log let go
 };
 
 class Simulator {

@@ -8,8 +8,16 @@ namespace orrery::sim {
 
 using memory::MemoryNode;
 
+namespace {
+
+Json nonFiniteJson(double value) { return std::isnan(value) ? "nan" : value > 0 ? "inf" : "-inf"; }
+
+} // namespace
+
+Json doubleJson(double value) { return std::isfinite(value) ? Json(value) : nonFiniteJson(value); }
+
 Json floatJson(float value) {
-    if (!std::isfinite(value)) return nullptr;
+    if (!std::isfinite(value)) return nonFiniteJson(value);
     // The shortest float text, held as the double it names: that double prints as the same text.
     char buf[64];
     auto [end, ec] = std::to_chars(buf, buf + sizeof buf - 1, value);
@@ -36,20 +44,20 @@ Json actionJson(const SCNAction& action) {
     switch (action.type) {
     case SCNAction::Type::rotateBy:
         out["type"] = "rotateBy";
-        out["x"] = action.x;
-        out["y"] = action.y;
-        out["z"] = action.z;
-        out["duration"] = action.duration;
+        out["x"] = doubleJson(action.x);
+        out["y"] = doubleJson(action.y);
+        out["z"] = doubleJson(action.z);
+        out["duration"] = doubleJson(action.duration);
         break;
     case SCNAction::Type::scaleBy:
         out["type"] = "scaleBy";
-        out["factor"] = action.factor;
-        out["duration"] = action.duration;
+        out["factor"] = doubleJson(action.factor);
+        out["duration"] = doubleJson(action.duration);
         break;
     case SCNAction::Type::moveBy:
         out["type"] = "moveBy";
         out["delta"] = vectorJson(action.delta);
-        out["duration"] = action.duration;
+        out["duration"] = doubleJson(action.duration);
         break;
     case SCNAction::Type::repeat:
         out["type"] = "repeat";
@@ -87,8 +95,8 @@ Json geometryJson(const SCNGeometry* geometry) {
         Json out;
         out["type"] = "text";
         out["string"] = text->string;
-        out["extrusionDepth"] = text->extrusionDepth;
-        out["font"] = text->font ? Json{{"name", text->font->fontName}, {"size", text->font->pointSize}} : Json(nullptr);
+        out["extrusionDepth"] = doubleJson(text->extrusionDepth);
+        out["font"] = text->font ? Json{{"name", text->font->fontName}, {"size", doubleJson(text->font->pointSize)}} : Json(nullptr);
         out["diffuse"] = text->material ? propertyJson(text->material->diffuseProperty) : Json(nullptr);
         out["specular"] = text->material ? propertyJson(text->material->specularProperty) : Json(nullptr);
         return out;
@@ -117,7 +125,7 @@ Json nodeJson(const MemoryNode& node) {
 Json stateJson(memory::MemoryPlatform& platform, const AppFlags& flags) {
     const auto& view = *platform.view;
     Json out;
-    out["time"] = platform.time;
+    out["time"] = doubleJson(platform.time);
     out["selectedBody"] = flags.selectedBody;
     out["gestureHandled"] = flags.gestureHandled;
     out["isTextShown"] = flags.isTextShown;
@@ -153,7 +161,7 @@ Json stateJson(memory::MemoryPlatform& platform, const AppFlags& flags) {
     return out;
 }
 
-std::string callsLine(const std::vector<memory::PlatformCall>& calls) {
+std::string callsLine(const std::vector<memory::PlatformCall>& calls, std::size_t dropped) {
     // The recorded arguments are printed exactly as the platform logged them.
     std::string out = "{\"calls\":[";
     bool first = true;
@@ -163,8 +171,9 @@ std::string callsLine(const std::vector<memory::PlatformCall>& calls) {
         out += "{\"op\":" + jsonLine(call.op) + ",\"target\":" + jsonLine(optionalText(call.target)) +
                ",\"args\":" + call.args.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace) + "}";
     }
-    out += "]}";
-    return out;
+    out += "]";
+    if (dropped > 0) out += ",\"dropped\":" + std::to_string(dropped);
+    return out + "}";
 }
 
 std::string jsonLine(const Json& value) { return value.dump(-1, ' ', false, Json::error_handler_t::replace); }

@@ -22,8 +22,11 @@ struct AppFlags {
     bool isTextShown = false;
 };
 
-/// A 32-bit value as the shortest decimal that reads back as the same float (null when not finite).
+/// A 32-bit value as the shortest decimal that reads back as the same float; one that is not
+/// finite as the text "inf", "-inf" or "nan", which a reader tells apart from null (no value).
 Json floatJson(float value);
+/// A 64-bit value as a number, or as floatJson writes one that is not finite.
+Json doubleJson(double value);
 Json vectorJson(SCNVector3 v);
 Json rotationJson(SCNVector4 v);
 Json matrixJson(const simd_float4x4& m);  ///< 16 numbers, column-major
@@ -34,8 +37,9 @@ Json nodeJson(const memory::MemoryNode& node);
 /// The whole dump object, keys in the documented order.
 Json stateJson(memory::MemoryPlatform& platform, const AppFlags& flags);
 
-/// `{"calls":[{"op":..,"target":..,"args":[..]}...]}`.
-std::string callsLine(const std::vector<memory::PlatformCall>& calls);
+/// `{"calls":[{"op":..,"target":..,"args":[..]}...]}`, followed by `,"dropped":N` when the
+/// bounded call log let N unread calls go.
+std::string callsLine(const std::vector<memory::PlatformCall>& calls, std::size_t dropped = 0);
 
 /// One line of JSON; invalid UTF-8 in texts is replaced rather than rejected.
 std::string jsonLine(const Json& value);

@@ -1,6 +1,7 @@
 // orrery-sim: runs the app on the in-memory platform from a scripted session.
 
 #include "sim/Narration.h"
+#include "sim/Quoting.h"
 #include "sim/Scenario.h"
 #include "sim/Simulator.h"
 #include "window/Window.h"
@@ -142,7 +143,7 @@ int main(int argc, char** argv) {
                 scenario = argv[++i];
             }
         } else if (arg.size() > 1 && arg[0] == '-') {
-            usageError("unknown option '" + arg + "'");
+            usageError("unknown option " + quotedWord(arg));
         } else {
             if (scenario) usageError("only one SCENARIO can be given");
             scenario = arg;
@@ -210,9 +211,9 @@ int main(int argc, char** argv) {
                 break;
             case Output::Kind::calls:
                 if (narrate)
-                    std::cout << describeCalls(out.calls) << std::flush;
+                    std::cout << describeCalls(out.calls, out.droppedCalls) << std::flush;
                 else
-                    emit(callsLine(out.calls));
+                    emit(callsLine(out.calls, out.droppedCalls));
                 break;
             case Output::Kind::none: break;
             }

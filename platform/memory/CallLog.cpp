@@ -5,12 +5,27 @@
 namespace orrery::memory {
 
 void CallLog::record(std::string op, std::optional<std::string> target, nlohmann::json args) {
+    if (capacity_ == 0) {
+        ++droppedUnread_;
+        return;
+    }
+    // Letting go of half at a time keeps recording cheap: each call is moved at most once more.
+    if (calls_.size() >= capacity_) shrinkTo(capacity_ / 2);
     calls_.push_back(PlatformCall{std::move(op), std::move(target), std::move(args)});
+}
+
+void CallLog::shrinkTo(std::size_t kept) {
+    if (calls_.size() <= kept) return;
+    const std::size_t drop = calls_.size() - kept;
+    droppedUnread_ += drop > taken_ ? drop - taken_ : 0;
+    taken_ = drop > taken_ ? 0 : taken_ - drop;
+    calls_.erase(calls_.begin(), calls_.begin() + static_cast<std::ptrdiff_t>(drop));
 }
 
 std::vector<PlatformCall> CallLog::takeNew() {
     std::vector<PlatformCall> fresh(calls_.begin() + static_cast<std::ptrdiff_t>(taken_), calls_.end());
     taken_ = calls_.size();
+    droppedUnread_ = 0;
     return fresh;
 }
 
@@ -24,6 +39,12 @@ std::vector<PlatformCall> CallLog::withOp(const std::string& op) const {
 void CallLog::clear() {
     calls_.clear();
     taken_ = 0;
+    droppedUnread_ = 0;
+}
+
+void CallLog::setCapacity(std::size_t capacity) {
+    capacity_ = capacity;
+    shrinkTo(capacity);
 }
 
 } // namespace orrery::memory

@@ -302,6 +302,8 @@ TEST_F(OrrerySimTest, BadLinesStopWithLineNumberBeforeRunning) {
         {"touch 10,ten", "10,ten"},
         {"features 0,1", "0,1"},
         {"frame 1.5", "1.5"},
+        {"frame 18446744073709551615", "limit"},
+        {"advance 1e12", "limit"},
         {"pinch moving 10,10 1.5", "moving"},
         {"longpress 6 10,10", "6"},
         {"hits @Nowhere", "Nowhere"},
