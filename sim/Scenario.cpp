@@ -350,7 +350,7 @@ ScenarioLine parseLine(std::string_view text, std::size_t lineNumber) {
         if (r.count() == 2) {
             const auto size = parsePictureSize(r.arg(1).text);
             if (!size)
-                r.fail("bad picture size '" + r.arg(1).text + "': expected WIDTHxHEIGHT, each 1 to " +
+                r.fail("bad picture size " + quotedWord(r.arg(1).text) + ": expected WIDTHxHEIGHT, each 1 to " +
                        std::to_string(kMaxPictureSide));
             cmd.width = size->first;
             cmd.height = size->second;
