@@ -46,13 +46,46 @@ double fbm(std::uint32_t seed, double x, double y, double z, int octaves);
 /// The outward unit direction that texture coordinate (u, v) maps to; v = 0 is the north pole,
 /// u = 0.5 faces +z. Shared by the sphere mesh and the textures so they line up.
 std::array<double, 3> sphereDirection(double u, double v);
+/// The texture coordinate (u, v) of an outward unit direction: the inverse of `sphereDirection`.
+std::array<double, 2> sphereTexel(const std::array<double, 3>& direction);
+/// The direction at which a sphere seen from inside shows texture coordinate (u, v): its map is
+/// mirrored so that it reads the right way round from the centre.
+std::array<double, 3> insideSphereDirection(double u, double v);
+/// The outward direction of the point at a latitude and east longitude (degrees) of a body whose
+/// map has longitude 0 in its middle and east to the right.
+std::array<double, 3> surfaceDirection(double latitudeDegrees, double longitudeDegrees);
 
-// --- Textures ----------------------------------------------------------------
+// --- Textures from maps ------------------------------------------------------
 
-/// The surface texture of a body (keys as in the catalogue: "Sun", "Earth", "EarthNight", "Stars"...).
+enum class MapKind {
+    globe,  ///< equirectangular surface map, north up, east to the right, longitude 0 in the middle
+    sky,    ///< equirectangular sky map, north up, east to the left (the sky seen from inside)
+    strip,  ///< an image used as it is (Saturn's ring profile: left edge inner, RGBA)
+};
+
+/// A map in one of Debian's data packages and the texture made from it.
+struct MapSource {
+    std::string texture;  ///< texture key: a body key ("Earth", "Stars"...) or "SaturnRings"
+    std::string package;  ///< the Debian package that installs `file`
+    std::string file;
+    std::string sha256;   ///< checksum of the package's version the committed texture was made from
+    MapKind kind;
+    int width, height;    ///< size of the written texture
+};
+
+/// Every map the generator reads.
+const std::vector<MapSource>& mapSources();
+/// The map behind a texture key; null for the procedural textures.
+const MapSource* mapSourceFor(const std::string& texture);
+/// Empty when the source file is installed with its recorded checksum; else the reason it is not.
+std::string sourceProblem(const MapSource& source);
+/// The texture made from the source (checked first; throws when it is missing or changed).
+Image mapTexture(const MapSource& source);
+
+// --- Procedural textures -----------------------------------------------------
+
+/// The procedural surface texture of a body that has no map (keys as in the catalogue: "Makemake").
 Image bodyTexture(const std::string& key);
-/// Saturn's ring texture: u runs from the inner to the outer edge; RGBA.
-Image ringTexture();
 /// A button face with its label centred on it.
 Image buttonTexture(const std::string& label, const std::filesystem::path& fontFile);
 

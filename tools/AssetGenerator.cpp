@@ -1,9 +1,13 @@
-// orrery-assetgen OUTDIR [FONT]: writes every model and texture under OUTDIR/art.scnassets.
-// The output depends on nothing but the program and the font, so running it twice
-// gives the same bytes.
+// orrery-assetgen [--without-maps] OUTDIR [FONT]: writes every model and texture under
+// OUTDIR/art.scnassets; --without-maps leaves out the textures made from the data packages' maps.
+// orrery-assetgen --check-maps: tells whether every map is installed as recorded.
+// orrery-assetgen --map-packages: the Debian packages that hold the maps.
+// The output depends on nothing but the program, the font and the recorded maps, so running it
+// twice gives the same bytes.
 
 #include "AssetGen.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <fstream>
@@ -19,8 +23,9 @@ constexpr double kBodyRadius = 0.5;
 /// The star sphere: 2.5 units in radius, 50 m once the scene shows it at twenty times its size.
 constexpr double kStarsRadius = 2.5;
 constexpr int kSegments = 32, kRings = 16;
-/// Saturn's rings in planet radii.
-constexpr double kRingInner = 1.24, kRingOuter = 2.27;
+/// Saturn's rings in planet radii: the span of the ring profile (74510 to 140390 km) over the
+/// equatorial radius (60268 km), so the profile's gaps fall where they are.
+constexpr double kRingInner = 74510.0 / 60268.0, kRingOuter = 140390.0 / 60268.0;
 /// Button slab: 2 x 0.5 face with a little thickness so it stands out as a key.
 constexpr double kButtonWidth = 2.0, kButtonDepth = 0.5, kButtonThickness = 0.08;
 
@@ -55,7 +60,17 @@ void writeImage(const std::filesystem::path& file, const Image& image) {
     if (!writePng(file, image)) throw std::runtime_error("cannot write " + file.string());
 }
 
-void writeBody(const std::filesystem::path& assets, const std::string& key) {
+/// Writes a body's texture from its map or, when it has none, procedurally; with `withMaps` false
+/// the textures that need a map are left out.
+void writeTexture(const std::filesystem::path& file, const std::string& key, bool withMaps) {
+    if (const MapSource* source = mapSourceFor(key)) {
+        if (withMaps) writeImage(file, mapTexture(*source));
+    } else {
+        writeImage(file, bodyTexture(key));
+    }
+}
+
+void writeBody(const std::filesystem::path& assets, const std::string& key, bool withMaps) {
     const std::filesystem::path folder = assets / bodyFolder(key);
     std::filesystem::create_directories(folder);
     const bool stars = key == "Stars";
@@ -63,15 +78,34 @@ void writeBody(const std::filesystem::path& assets, const std::string& key) {
     MeshPart sphere{key + "Mesh", uvSphere(stars ? kStarsRadius : kBodyRadius, kSegments, kRings, stars), key + ".png"};
     sphere.emissive = stars || key == "Sun";
     model.parts.push_back(std::move(sphere));
-    writeImage(folder / (key + ".png"), bodyTexture(key));
+    writeTexture(folder / (key + ".png"), key, withMaps);
     if (key == "Saturn") {
         MeshPart rings{"SaturnRingsMesh", annulus(kBodyRadius * kRingInner, kBodyRadius * kRingOuter, 64),
                        "SaturnRings.png"};
         rings.transparent = true;
         model.parts.push_back(std::move(rings));
-        writeImage(folder / "SaturnRings.png", ringTexture());
+        writeTexture(folder / "SaturnRings.png", "SaturnRings", withMaps);
     }
     writeText(folder / (key + ".dae"), colladaDocument(model));
+}
+
+/// Prints one line per map ("ok", or the problem); true when all are usable.
+bool checkMaps() {
+    bool ok = true;
+    for (const auto& source : mapSources()) {
+        const std::string problem = sourceProblem(source);
+        std::printf("%s\n", problem.empty() ? ("ok " + source.file).c_str() : problem.c_str());
+        ok = ok && problem.empty();
+    }
+    return ok;
+}
+
+void printMapPackages() {
+    std::vector<std::string> packages;
+    for (const auto& source : mapSources())
+        if (std::find(packages.begin(), packages.end(), source.package) == packages.end())
+            packages.push_back(source.package);
+    for (const auto& package : packages) std::printf("%s\n", package.c_str());
 }
 
 void writeButton(const std::filesystem::path& assets, const ButtonSpec& button, const std::filesystem::path& font) {
@@ -90,19 +124,34 @@ void writeButton(const std::filesystem::path& assets, const ButtonSpec& button, 
 } // namespace
 
 int main(int argc, char** argv) {
-    if (argc < 2 || argc > 3) {
-        std::fprintf(stderr, "usage: orrery-assetgen OUTDIR [FONT]\n");
+    std::vector<std::string> arguments(argv + 1, argv + argc);
+    if (arguments.size() == 1 && arguments[0] == "--check-maps") return checkMaps() ? 0 : 1;
+    if (arguments.size() == 1 && arguments[0] == "--map-packages") {
+        printMapPackages();
+        return 0;
+    }
+    const bool withMaps = arguments.empty() || arguments[0] != "--without-maps";
+    if (!withMaps) arguments.erase(arguments.begin());
+    if (arguments.empty() || arguments.size() > 2 || arguments[0].starts_with("--")) {
+        std::fprintf(stderr, "usage: orrery-assetgen [--without-maps] OUTDIR [FONT] | --check-maps | --map-packages\n");
         return 2;
     }
     try {
-        const std::filesystem::path assets = std::filesystem::path(argv[1]) / "art.scnassets";
-        const std::filesystem::path font = argc == 3 ? argv[2] : kDefaultFont;
-        // Check the font before writing anything, so a bad call leaves no half-written tree.
+        const std::filesystem::path assets = std::filesystem::path(arguments[0]) / "art.scnassets";
+        const std::filesystem::path font = arguments.size() == 2 ? arguments[1] : kDefaultFont;
+        // Check the inputs before writing anything, so a bad call leaves no half-written tree.
         if (!std::filesystem::is_regular_file(font)) {
             std::fprintf(stderr, "orrery-assetgen: no font at %s\n", font.string().c_str());
             return 2;
         }
-        for (const auto& key : kBodies) writeBody(assets, key);
+        if (withMaps)
+            for (const auto& source : mapSources())
+                if (const std::string problem = sourceProblem(source); !problem.empty()) {
+                    std::fprintf(stderr, "orrery-assetgen: %s (tools/regenerate-assets.sh installs the maps)\n",
+                                 problem.c_str());
+                    return 2;
+                }
+        for (const auto& key : kBodies) writeBody(assets, key, withMaps);
         for (const auto& button : kButtons) writeButton(assets, button, font);
     } catch (const std::exception& e) {
         std::fprintf(stderr, "orrery-assetgen: %s\n", e.what());

@@ -106,12 +106,11 @@ Mesh uvSphere(double radius, int segments, int rings, bool inward) {
     for (int j = 0; j <= rings; ++j)
         for (int i = 0; i <= segments; ++i) {
             const double u = static_cast<double>(i) / segments, v = static_cast<double>(j) / rings;
-            const auto d = sphereDirection(u, v);
+            const auto d = inward ? insideSphereDirection(u, v) : sphereDirection(u, v);
             const double s = inward ? -1.0 : 1.0;
-            // Seen from inside, the map is mirrored back so that it reads the right way round.
             mesh.vertices.push_back({{d[0] * radius, d[1] * radius, d[2] * radius},
                                      {d[0] * s, d[1] * s, d[2] * s},
-                                     {inward ? 1.0 - u : u, 1.0 - v}});
+                                     {u, 1.0 - v}});
         }
     auto at = [&](int j, int i) { return static_cast<std::uint32_t>(j * (segments + 1) + i); };
     for (int j = 0; j < rings; ++j)

@@ -81,4 +81,18 @@ std::array<double, 3> sphereDirection(double u, double v) {
     return {std::sin(theta) * std::sin(phi), std::cos(theta), std::sin(theta) * std::cos(phi)};
 }
 
+std::array<double, 2> sphereTexel(const std::array<double, 3>& d) {
+    const double longitude = std::atan2(d[0], d[2]);
+    const double colatitude = std::acos(std::clamp(d[1], -1.0, 1.0));
+    double u = (longitude + std::numbers::pi) / (2.0 * std::numbers::pi);
+    if (u >= 1.0) u -= 1.0;
+    return {u, colatitude / std::numbers::pi};
+}
+
+std::array<double, 3> insideSphereDirection(double u, double v) { return sphereDirection(1.0 - u, v); }
+
+std::array<double, 3> surfaceDirection(double latitudeDegrees, double longitudeDegrees) {
+    return sphereDirection(0.5 + longitudeDegrees / 360.0, 0.5 - latitudeDegrees / 180.0);
+}
+
 } // namespace assetgen
