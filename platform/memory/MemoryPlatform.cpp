@@ -83,6 +83,37 @@ std::optional<double> rayHitsBox(const simd_float4x4& world, const SCNBoundingBo
     return enter >= 0 ? enter : leave;
 }
 
+/// Whether `a` comes before `b` in a depth-first walk of their tree, parents before children.
+bool walkedBefore(MemoryNode* a, MemoryNode* b) {
+    std::vector<MemoryNode*> fromA, fromB;  // the paths up to the topmost node
+    for (MemoryNode* n = a; n; n = n->parent().get()) fromA.push_back(n);
+    for (MemoryNode* n = b; n; n = n->parent().get()) fromB.push_back(n);
+    auto upA = fromA.rbegin(), upB = fromB.rbegin();
+    while (upA + 1 != fromA.rend() && upB + 1 != fromB.rend() && *(upA + 1) == *(upB + 1)) ++upA, ++upB;
+    if (upB + 1 == fromB.rend()) return false;  // b is a or an ancestor of a
+    if (upA + 1 == fromA.rend()) return true;   // a is an ancestor of b
+    for (const auto& child : (*upA)->children()) {
+        if (child.get() == *(upA + 1)) return true;
+        if (child.get() == *(upB + 1)) return false;
+    }
+    return false;
+}
+
+/// The candidates that the ray meets, nearest entry first; equally near ones in walk order.
+std::vector<SCNHitTestResult> hitsAmong(const std::vector<MemoryNode*>& candidates, SCNVector3 origin, SCNVector3 direction) {
+    const Vec o = toVec(origin), dir = toVec(direction);
+    std::vector<std::pair<double, MemoryNode*>> hits;
+    for (MemoryNode* node : candidates)
+        if (const auto t = rayHitsBox(node->worldTransform(), node->nodeGeometry->boundingBox(), o, dir))
+            hits.emplace_back(*t, node);
+    std::sort(hits.begin(), hits.end(), [](const auto& a, const auto& b) {
+        return a.first < b.first || (a.first == b.first && a.second != b.second && walkedBefore(a.second, b.second));
+    });
+    std::vector<SCNHitTestResult> results;
+    for (const auto& hit : hits) results.push_back({hit.second->shared_from_this()});
+    return results;
+}
+
 Json pointJson(CGPoint p) { return Json::array({p.x, p.y}); }
 
 bool hexDigit(char c) { return std::isxdigit(static_cast<unsigned char>(c)) != 0; }
@@ -347,23 +378,25 @@ void MemoryARSCNView::addGestureRecognizer(const std::shared_ptr<UIGestureRecogn
 
 std::vector<SCNHitTestResult> MemoryARSCNView::geometricHitTest(CGPoint point) const {
     if (!currentScene) return {};
-    SCNVector3 originF, directionF;
-    camera.rayThrough(point, originF, directionF);
-    const Vec o = toVec(originF), dir = toVec(directionF);
+    SCNVector3 origin, direction;
+    camera.rayThrough(point, origin, direction);
+    std::vector<MemoryNode*> candidates;
+    currentScene->root()->collectHitCandidates({origin.x, origin.y, origin.z}, {direction.x, direction.y, direction.z},
+                                               candidates);
+    return hitsAmong(candidates, origin, direction);
+}
 
-    std::vector<std::pair<double, std::shared_ptr<SCNNode>>> hits;
-    const auto visit = [&](const auto& self, const std::shared_ptr<MemoryNode>& node) -> void {
-        if (node->nodeGeometry)
-            if (const auto t = rayHitsBox(node->worldTransform(), node->nodeGeometry->boundingBox(), o, dir))
-                hits.emplace_back(*t, node);
-        for (const auto& child : node->children()) self(self, child);
+std::vector<SCNHitTestResult> MemoryARSCNView::exhaustiveHitTest(CGPoint point) const {
+    if (!currentScene) return {};
+    SCNVector3 origin, direction;
+    camera.rayThrough(point, origin, direction);
+    std::vector<MemoryNode*> candidates;
+    const auto visit = [&](const auto& self, MemoryNode& node) -> void {
+        if (node.nodeGeometry) candidates.push_back(&node);
+        for (const auto& child : node.children()) self(self, *child);
     };
-    visit(visit, currentScene->root());
-
-    std::stable_sort(hits.begin(), hits.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
-    std::vector<SCNHitTestResult> results;
-    for (auto& hit : hits) results.push_back({hit.second});
-    return results;
+    visit(visit, *currentScene->root());
+    return hitsAmong(candidates, origin, direction);
 }
 
 std::vector<ARHitTestResult> MemoryARSCNView::geometricFeatureHitTest(CGPoint point) const {

@@ -223,8 +223,11 @@ public:
     void prepareFeatureHits(std::vector<simd_float4x4> transforms) { preparedFeatureHits_ = std::move(transforms); }
 
     /// Geometric scene hit test: geometry-carrying nodes under the scene root whose world-space
-    /// bounds the camera ray meets, nearest entry first (a camera inside a box hits it where the ray leaves).
+    /// bounds the camera ray meets, nearest entry first (a camera inside a box hits it where the ray
+    /// leaves), equally near ones in depth-first order. The scene's index finds the candidates.
     std::vector<SCNHitTestResult> geometricHitTest(CGPoint point) const;
+    /// The same answer from testing every node of the scene (the reference for the index).
+    std::vector<SCNHitTestResult> exhaustiveHitTest(CGPoint point) const;
     /// Feature points of the room under the point, nearest first.
     std::vector<ARHitTestResult> geometricFeatureHitTest(CGPoint point) const;
 

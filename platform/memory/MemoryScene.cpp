@@ -1,8 +1,10 @@
 #include "platform/memory/MemoryScene.h"
 
 #include "platform/memory/TextLayout.h"
+#include "platform/memory/SceneIndex.h"
 
 #include <algorithm>
+#include <cstring>
 #include <cmath>
 #include <limits>
 #include <utility>
@@ -236,8 +238,17 @@ std::shared_ptr<MemoryNode> MemoryNode::make(std::shared_ptr<CallLog> log) {
 }
 
 MemoryNode::~MemoryNode() {
-    // Children that live on lose their parent, and with it their world transform.
-    for (const auto& child : children_) child->invalidateWorld();
+    const bool animatedInside = index_ && !index_->animated().empty();
+    index_.reset();
+    // Children that live on lose their parent, and with it their world transform; they are
+    // topmost now, so each keeps the list of its running actions itself.
+    for (const auto& child : children_) {
+        child->invalidateWorld();
+        if (!animatedInside) continue;
+        child->index_ = std::make_unique<SceneIndex>(*child);
+        child->index_->addAnimatedSubtree(*child);
+        if (child->index_->animated().empty()) child->index_.reset();
+    }
 }
 
 void MemoryNode::record(const char* op, Json args) const {
@@ -304,10 +315,16 @@ void MemoryNode::appendChild(const std::shared_ptr<MemoryNode>& child) {
     // A node cannot become its own descendant.
     for (const MemoryNode* n = this; n; n = n->parent_.lock().get())
         if (n == child.get()) return;
-    if (auto old = child->parent_.lock()) std::erase(old->children_, child);
+    child->detach();
+    // The child's own index ends here: its nodes join this tree's.
+    const bool animatedInside = child->index_ && !child->index_->animated().empty();
+    child->index_.reset();
     child->parent_ = weak_from_this();
     children_.push_back(child);
     child->invalidateWorld();
+    MemoryNode& topmost = top();
+    if (animatedInside) topmost.treeIndex().addAnimatedSubtree(*child);
+    if (topmost.index_) topmost.index_->noteChanged(*child);
 }
 
 void MemoryNode::removeFromParentNode() {
@@ -318,10 +335,12 @@ void MemoryNode::removeFromParentNode() {
 void MemoryNode::detach() {
     auto parent = parent_.lock();
     if (!parent) return;
-    auto self = shared_from_this();
-    std::erase(parent->children_, self);
+    SceneIndex* index = parent->top().index_.get();
+    const bool animatedInside = index && index->forget(*this);
+    std::erase(parent->children_, shared_from_this());
     parent_.reset();
     invalidateWorld();
+    if (animatedInside) treeIndex().addAnimatedSubtree(*this);
 }
 
 std::shared_ptr<SCNNode> MemoryNode::clone() {
@@ -349,24 +368,48 @@ std::shared_ptr<SCNGeometry> MemoryNode::geometry() const {
 void MemoryNode::runActionForKey(std::shared_ptr<const SCNAction> action, const std::optional<std::string>& key) {
     record("runAction:forKey:", Json::array({action ? actionToJson(*action) : Json(nullptr), key ? Json(*key) : Json(nullptr)}));
     if (key) std::erase_if(actions_, [&key](const RunningAction& running) { return running.key == key; });
-    if (!action) return;
-    const Flattened f = flatten(*action);
-    if (!f.leaf) return;
-    if (leafDuration(*f.leaf) == 0.0 && !f.forever) {
+    Flattened f = action ? flatten(*action) : Flattened{};
+    if (f.leaf && leafDuration(*f.leaf) == 0.0) {
+        // Instant: applied now, count times; an endless repeat of it also once per advance.
         applySpan(*f.leaf, 0.0, f.repeats);
-        return;
+        if (!f.forever) f = Flattened{};
     }
-    actions_.push_back(RunningAction{key, action, 0.0});
-    applyProgress(*action, 0.0, 0.0);
+    if (f.leaf) {
+        const SCNVector4 now = driven(f.leaf->type);
+        actions_.push_back(RunningAction{key, action, 0.0, now, 0.0, now});
+    }
+    syncAnimated();
 }
 
 void MemoryNode::removeAllActions() {
     record("removeAllActions");
     actions_.clear();
+    syncAnimated();
 }
 
-void MemoryNode::applySpan(const SCNAction& leaf, double fromRuns, double toRuns) {
-    if (!(toRuns > fromRuns)) return;
+SCNVector4 MemoryNode::driven(SCNAction::Type type) const {
+    switch (type) {
+    case SCNAction::Type::rotateBy: return rotation_;
+    case SCNAction::Type::scaleBy: return {scale_.x, scale_.y, scale_.z, 0};
+    case SCNAction::Type::moveBy: return {position_.x, position_.y, position_.z, 0};
+    case SCNAction::Type::repeat:
+    case SCNAction::Type::repeatForever: break;  // compound actions are flattened before they get here
+    }
+    return {};
+}
+
+void MemoryNode::drive(SCNAction::Type type, SCNVector4 value) {
+    switch (type) {
+    case SCNAction::Type::rotateBy: assignRotation(value); return;
+    case SCNAction::Type::scaleBy: assignScale({value.x, value.y, value.z}); return;
+    case SCNAction::Type::moveBy: assignPosition({value.x, value.y, value.z}); return;
+    case SCNAction::Type::repeat:
+    case SCNAction::Type::repeatForever: return;
+    }
+}
+
+SCNVector4 MemoryNode::spanned(const SCNAction& leaf, double fromRuns, double toRuns, SCNVector4 start) {
+    if (!(toRuns > fromRuns)) return start;
     switch (leaf.type) {
     case SCNAction::Type::rotateBy: {
         // The orientation reached after p runs is E^floor(p) * E(frac(p)), with E(f) the Euler
@@ -378,81 +421,125 @@ void MemoryNode::applySpan(const SCNAction& leaf, double fromRuns, double toRuns
             const double whole = std::floor(runs), part = runs - whole;
             return Quat::axisAngle(ax, ay, az, angle * whole) * fromEuler(leaf.x * part, leaf.y * part, leaf.z * part);
         };
-        const Quat start = reached(fromRuns), end = reached(toRuns);
-        const Quat delta = Quat{start.w, -start.x, -start.y, -start.z} * end;
-        if (delta.x == 0.0 && delta.y == 0.0 && delta.z == 0.0) return;
-        // In the node's own frame: the turn comes after the current orientation.
-        assignRotation((fromRotation(nodeRotation) * delta).toAxisAngle());
-        return;
+        const Quat from = reached(fromRuns), to = reached(toRuns);
+        const Quat delta = Quat{from.w, -from.x, -from.y, -from.z} * to;
+        if (delta.x == 0.0 && delta.y == 0.0 && delta.z == 0.0) return start;
+        // In the node's own frame: the turn comes after the starting orientation.
+        return (fromRotation(start) * delta).toAxisAngle();
     }
     case SCNAction::Type::scaleBy: {
         // No fractional powers of a non-positive factor: it applies whole at the end of each run.
         const double m = leaf.factor > 0 && std::isfinite(leaf.factor)
                              ? std::pow(leaf.factor, toRuns - fromRuns)
                              : std::pow(leaf.factor, std::floor(toRuns) - std::floor(fromRuns));
-        assignScale({static_cast<float>(d(nodeScale.x) * m), static_cast<float>(d(nodeScale.y) * m),
-                     static_cast<float>(d(nodeScale.z) * m)});
-        return;
+        return {static_cast<float>(d(start.x) * m), static_cast<float>(d(start.y) * m), static_cast<float>(d(start.z) * m),
+                0};
     }
     case SCNAction::Type::moveBy: {
         const double amount = toRuns - fromRuns;
-        assignPosition({static_cast<float>(d(nodePosition.x) + d(leaf.delta.x) * amount),
-                        static_cast<float>(d(nodePosition.y) + d(leaf.delta.y) * amount),
-                        static_cast<float>(d(nodePosition.z) + d(leaf.delta.z) * amount)});
-        return;
+        return {static_cast<float>(d(start.x) + d(leaf.delta.x) * amount),
+                static_cast<float>(d(start.y) + d(leaf.delta.y) * amount),
+                static_cast<float>(d(start.z) + d(leaf.delta.z) * amount), 0};
     }
     case SCNAction::Type::repeat:
-    case SCNAction::Type::repeatForever:
-        return;  // compound actions are flattened before they get here
+    case SCNAction::Type::repeatForever: break;
     }
+    return start;
 }
 
-void MemoryNode::applyProgress(const SCNAction& action, double from, double to) {
-    const Flattened f = flatten(action);
-    if (!f.leaf) return;
-    const double leafTime = leafDuration(*f.leaf);
-    if (leafTime == 0.0) {
-        // Only an endless repeat of an instant action gets here: once per advance.
-        if (f.forever) applySpan(*f.leaf, 0.0, f.repeats);
-        return;
-    }
-    const double total = f.forever ? std::numeric_limits<double>::infinity() : leafTime * f.repeats;
-    from = std::clamp(from, 0.0, total);
-    to = std::clamp(to, from, total);
-    // The leaf runs back to back, so times map straight onto counts of leaf runs.
-    applySpan(*f.leaf, from / leafTime, to / leafTime);
+void MemoryNode::applySpan(const SCNAction& leaf, double fromRuns, double toRuns) {
+    if (toRuns > fromRuns) drive(leaf.type, spanned(leaf, fromRuns, toRuns, driven(leaf.type)));
 }
 
 void MemoryNode::advanceActions(double seconds) {
     if (!(seconds >= 0)) seconds = 0;
-    // Copy first: applying never changes the list, but keep iteration independent of it.
-    std::vector<RunningAction> running = actions_;
     std::vector<RunningAction> kept;
-    for (auto& entry : running) {
+    for (RunningAction entry : actions_) {
         const Flattened f = flatten(*entry.action);
-        const double leafTime = f.leaf ? leafDuration(*f.leaf) : 0.0;
+        const double leafTime = leafDuration(*f.leaf);
+        if (leafTime == 0.0) {
+            // Only an endless repeat of an instant action runs here: once per advance.
+            applySpan(*f.leaf, 0.0, f.repeats);
+            kept.push_back(std::move(entry));
+            continue;
+        }
+        const double total = f.forever ? std::numeric_limits<double>::infinity() : leafTime * f.repeats;
         const double from = entry.elapsed;
         double to = from + seconds;
         // Frame steps of 1/60 s do not add up exactly; an action that is due ends now, exactly.
-        if (!f.forever && f.leaf && to >= leafTime * f.repeats - 1e-9 * std::max(1.0, leafTime * f.repeats))
-            to = leafTime * f.repeats;
-        applyProgress(*entry.action, from, to);
+        if (to >= total - 1e-9 * std::max(1.0, total)) to = total;
+        const SCNVector4 now = driven(f.leaf->type);
+        if (std::memcmp(&now, &entry.written, sizeof now) != 0) {
+            entry.base = now;
+            entry.baseElapsed = from;
+        }
+        // The leaf runs back to back, so times map straight onto counts of leaf runs.
+        drive(f.leaf->type, spanned(*f.leaf, entry.baseElapsed / leafTime, to / leafTime, entry.base));
+        entry.written = driven(f.leaf->type);
         if (f.forever) {
-            // Keep the clock within one leaf run so that long spins keep their precision.
-            entry.elapsed = leafTime > 0 ? std::fmod(to, leafTime) : 0.0;
-            kept.push_back(entry);
-        } else if (f.leaf && to < leafTime * f.repeats) {
+            // Keep the clock within one leaf run so that long spins keep their precision; whole
+            // runs taken off both ends leave the turn from the base the same.
+            entry.elapsed = std::fmod(to, leafTime);
+            entry.baseElapsed -= to - entry.elapsed;
+            kept.push_back(std::move(entry));
+        } else if (to < total) {
             entry.elapsed = to;
-            kept.push_back(entry);
+            kept.push_back(std::move(entry));
         }
     }
     actions_ = std::move(kept);
+    syncAnimated();
 }
 
 void MemoryNode::advanceSubtree(double seconds) {
+    if (parent_.expired()) {
+        if (!index_) return;
+        // Advancing never attaches or detaches, but it unlists nodes whose actions end.
+        const std::vector<MemoryNode*> animated = index_->animated();
+        for (MemoryNode* node : animated) node->advanceActions(seconds);
+        return;
+    }
     advanceActions(seconds);
     const auto children = children_;
     for (const auto& child : children) child->advanceSubtree(seconds);
+}
+
+void MemoryNode::collectHitCandidates(const std::array<double, 3>& origin, const std::array<double, 3>& direction,
+                                      std::vector<MemoryNode*>& nodes) {
+    if (parent_.expired()) {
+        treeIndex().candidates(origin, direction, nodes);
+        return;
+    }
+    if (geometry_) nodes.push_back(this);
+    for (const auto& child : children_) child->collectHitCandidates(origin, direction, nodes);
+}
+
+std::size_t MemoryNode::indexBytes() const { return index_ ? index_->bytes() : 0; }
+
+MemoryNode& MemoryNode::top() {
+    MemoryNode* node = this;
+    while (const auto parent = node->parent_.lock()) node = parent.get();
+    return *node;
+}
+
+SceneIndex& MemoryNode::treeIndex() {
+    MemoryNode& topmost = top();
+    if (!topmost.index_) topmost.index_ = std::make_unique<SceneIndex>(topmost);
+    return *topmost.index_;
+}
+
+void MemoryNode::syncAnimated() {
+    const bool running = !actions_.empty();
+    if (running == (animatedSlot_ >= 0)) return;
+    if (running)
+        treeIndex().addAnimated(*this);
+    else
+        top().index_->removeAnimated(*this);
+}
+
+void MemoryNode::noteChanged(bool moved) {
+    if (moved) invalidateWorld();
+    if (SceneIndex* index = top().index_.get()) index->noteChanged(*this);
 }
 
 std::shared_ptr<MemoryNode> MemoryNode::findNamed(const std::string& name) {
@@ -503,20 +590,23 @@ void MemoryNode::invalidateWorld() {
 
 void MemoryNode::assignPosition(SCNVector3 position) {
     position_ = position;
-    invalidateWorld();
+    noteChanged(true);
 }
 
 void MemoryNode::assignScale(SCNVector3 scale) {
     scale_ = scale;
-    invalidateWorld();
+    noteChanged(true);
 }
 
 void MemoryNode::assignRotation(SCNVector4 rotation) {
     rotation_ = rotation;
-    invalidateWorld();
+    noteChanged(true);
 }
 
-void MemoryNode::assignGeometry(std::shared_ptr<SCNGeometry> geometry) { geometry_ = std::move(geometry); }
+void MemoryNode::assignGeometry(std::shared_ptr<SCNGeometry> geometry) {
+    geometry_ = std::move(geometry);
+    noteChanged(false);
+}
 
 void MemoryNode::setTransformMatrix(const simd_float4x4& matrix) {
     const auto& c = matrix.columns;

@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include <array>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -85,12 +86,20 @@ private:
     std::shared_ptr<CallLog> log_;
 };
 
-/// An action running on a node, with the simulated time it has run.
+/// An action running on a node, with the simulated time it has run. Its effect is worked
+/// out from a base, the value of the part of the transform it drives (x, y, z and, for a
+/// turn, the angle) at a known time, so that rounding does not build up frame by frame; the
+/// base moves on when something else has changed that part since the action last wrote it.
 struct RunningAction {
     std::optional<std::string> key;
     std::shared_ptr<const SCNAction> action;
     double elapsed = 0;
+    SCNVector4 base{};
+    double baseElapsed = 0;
+    SCNVector4 written{};
 };
+
+class SceneIndex;
 
 class MemoryNode final : public SCNNode, public std::enable_shared_from_this<MemoryNode> {
 public:
@@ -151,8 +160,17 @@ public:
 
     /// Advances every running action by `seconds` of simulated time; finished ones are dropped.
     void advanceActions(double seconds);
-    /// Runs advanceActions on this node and every descendant.
+    /// Runs advanceActions on this node and every descendant: for a topmost node, on the nodes
+    /// its index lists as having running actions, without walking the tree.
     void advanceSubtree(double seconds);
+
+    /// Appends the geometry-carrying nodes of this subtree that the ray origin + t * direction
+    /// (t >= 0) may meet, a superset of those it meets: a topmost node asks its index, which
+    /// keeps the geometry's world boxes in a bounding-volume hierarchy; others walk the subtree.
+    void collectHitCandidates(const std::array<double, 3>& origin, const std::array<double, 3>& direction,
+                              std::vector<MemoryNode*>& nodes);
+    /// Heap bytes of the index this node keeps (topmost nodes only).
+    std::size_t indexBytes() const;
 
     /// First node named `name` in this subtree, depth-first, this node first.
     std::shared_ptr<MemoryNode> findNamed(const std::string& name);
@@ -161,11 +179,23 @@ private:
     MemoryNode() = default;
     MemoryNode(const MemoryNode&) = delete;
     MemoryNode& operator=(const MemoryNode&) = delete;
+    friend class SceneIndex;
     /// Drops the cached world transform of this node and of its descendants.
     void invalidateWorld();
+    /// After a change of transform or geometry: drops cached world transforms and tells the index.
+    void noteChanged(bool moved);
+    /// The topmost ancestor: this node when it has no parent.
+    MemoryNode& top();
+    /// The index kept by the topmost ancestor, made when there is none yet.
+    SceneIndex& treeIndex();
+    /// Lists or unlists this node in its tree's index as having running actions.
+    void syncAnimated();
+    /// The value of the part of the transform `type` drives, and setting it.
+    SCNVector4 driven(SCNAction::Type type) const;
+    void drive(SCNAction::Type type, SCNVector4 value);
+    /// `start` moved on by a rotate-, scale- or move-by between two points of its runs.
+    static SCNVector4 spanned(const SCNAction& leaf, double fromRuns, double toRuns, SCNVector4 start);
     void record(const char* op, nlohmann::json args = nlohmann::json::array()) const;
-    /// Applies the part of `action` that falls between `from` and `to` seconds of its run.
-    void applyProgress(const SCNAction& action, double from, double to);
     /// Applies a rotate-, scale- or move-by between two points of its runs: `fromRuns` and
     /// `toRuns` count completed runs (2.5 is half-way through the third run).
     void applySpan(const SCNAction& leaf, double fromRuns, double toRuns);
@@ -183,6 +213,11 @@ private:
     std::vector<std::shared_ptr<MemoryNode>> children_;
     std::vector<RunningAction> actions_;
     std::shared_ptr<CallLog> log_;
+
+    // Bookkeeping of the tree's index (see SceneIndex).
+    std::unique_ptr<SceneIndex> index_;  ///< kept by a topmost node only
+    std::int32_t boxEntry_ = -1, looseSlot_ = -1, animatedSlot_ = -1;
+    bool queued_ = false;
 };
 
 class MemoryScene final : public SCNScene {

@@ -69,6 +69,27 @@ TEST(MemoryActions, EndlessSpinTurnsEvenlyOnTheFrameClock) {
     EXPECT_EQ(earth->actions().size(), 1u);
 }
 
+TEST(MemoryActions, ASpinCutIntoFramesEndsWhereOneStepDoes) {
+    // A turn every 24 s: a quarter, a half and twenty-five whole turns, in frames of 1/60 s and at once.
+    const struct {
+        double seconds;
+        SCNVector3 xAxis;
+    } cases[] = {{6, {0, 0, -1}}, {12, {-1, 0, 0}}, {600, {1, 0, 0}}};
+    for (const auto& c : cases) {
+        MemoryPlatform platform;
+        platform.view->setScene(platform.newScene());
+        auto framed = MemoryNode::make(), stepped = MemoryNode::make();
+        platform.view->currentScene->root()->appendChild(framed);
+        for (const auto& node : {framed, stepped})
+            node->runActionForKey(SCNAction::repeatActionForever(SCNAction::rotateByXYZDuration(0, 2 * pi, 0, 24)), "spin");
+        platform.advance(c.seconds);
+        stepped->advanceActions(c.seconds);
+        SCOPED_TRACE(c.seconds);
+        EXPECT_VEC3_NEAR(xAxisOf(*framed), c.xAxis.x, c.xAxis.y, c.xAxis.z, 1e-6);
+        EXPECT_VEC3_NEAR(xAxisOf(*stepped), c.xAxis.x, c.xAxis.y, c.xAxis.z, 1e-6);
+    }
+}
+
 TEST(MemoryActions, TurnsComposeInTheNodesOwnFrame) {
     auto node = MemoryNode::make();
     node->assignRotation({1, 0, 0, static_cast<float>(pi / 2)});

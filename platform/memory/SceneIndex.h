@@ -1,0 +1,119 @@
+#pragma once
+// What the topmost node of a tree keeps about the whole tree, so that neither a frame nor a
+// hit test has to walk it: the nodes whose actions run, and a bounding-volume hierarchy over
+// the world-space boxes of its geometry.
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace orrery::memory {
+
+class MemoryNode;
+
+/// An axis-aligned box in world space.
+struct WorldBox {
+    std::array<float, 3> lo{}, hi{};
+
+    bool contains(const WorldBox& inner) const;
+    WorldBox merged(const WorldBox& other) const;
+    /// Half the surface area: the cost measure that keeps the hierarchy's boxes tight.
+    float halfArea() const;
+    /// Whether the ray origin + t * direction meets the box for some t >= 0.
+    bool metBy(const std::array<double, 3>& origin, const std::array<double, 3>& direction) const;
+};
+
+/// A dynamic bounding-volume hierarchy: leaves come, move and go one at a time, and rotations
+/// keep the tree balanced, so each change costs the logarithm of the number of leaves.
+class BoxTree {
+public:
+    using Id = std::int32_t;
+    static constexpr Id none = -1;
+
+    Id insert(const WorldBox& box, MemoryNode* owner);
+    void remove(Id leaf);
+    /// Gives a leaf a new box. Leaves store their box enlarged by a margin, so a box that
+    /// still fits in the stored one changes nothing.
+    void move(Id leaf, const WorldBox& box);
+    /// Appends the owner of every leaf whose stored box the ray meets (t >= 0), in no order.
+    void raycast(const std::array<double, 3>& origin, const std::array<double, 3>& direction,
+                 std::vector<MemoryNode*>& owners) const;
+    /// Calls `visit(owner)` for every leaf.
+    template <class Visit>
+    void forEachLeaf(Visit&& visit) const {
+        for (const auto& entry : entries_)
+            if (entry.height == 0 && entry.owner) visit(*entry.owner);
+    }
+    std::size_t bytes() const { return entries_.capacity() * sizeof(Entry) + stack_.capacity() * sizeof(Id); }
+
+private:
+    struct Entry {
+        WorldBox box;
+        Id parent = none, left = none, right = none;
+        std::int32_t height = 0;       ///< 0 for a leaf; -1 for a free entry
+        MemoryNode* owner = nullptr;   ///< leaves only
+    };
+
+    Id allocate();
+    void release(Id id);
+    void link(Id leaf);
+    void unlink(Id leaf);
+    /// Recomputes boxes and heights from `id` up to the root, rotating where unbalanced.
+    void refit(Id id);
+    /// One rotation at `id` when its children's heights differ by more than one; the id now in its place.
+    Id balance(Id id);
+    void replaceChild(Id parent, Id from, Id to);
+
+    std::vector<Entry> entries_;
+    Id root_ = none;
+    Id free_ = none;  ///< free entries chained through `parent`
+    mutable std::vector<Id> stack_;
+};
+
+/// Kept by the topmost node of a tree that has running actions or has been hit-tested.
+class SceneIndex {
+public:
+    explicit SceneIndex(MemoryNode& top) : top_(top) {}
+    SceneIndex(const SceneIndex&) = delete;
+    SceneIndex& operator=(const SceneIndex&) = delete;
+    /// Clears the bookkeeping of every node of the tree, which may outlive this index.
+    ~SceneIndex();
+
+    /// Nodes of the tree with running actions, in no particular order.
+    const std::vector<MemoryNode*>& animated() const { return animated_; }
+    void addAnimated(MemoryNode& node);
+    void removeAnimated(MemoryNode& node);
+    /// Registers every node of `subtree` (just attached) that has running actions.
+    void addAnimatedSubtree(MemoryNode& subtree);
+
+    /// The subtree of `node` moved, was attached, or `node` changed its geometry.
+    void noteChanged(MemoryNode& node);
+    /// Takes `subtree` out of the index before it leaves the tree; true when any of its
+    /// nodes has running actions.
+    bool forget(MemoryNode& subtree);
+
+    /// Appends every geometry-carrying node whose box the ray origin + t * direction (t >= 0)
+    /// may meet, in no order: the nodes whose boxes are in the hierarchy and the ray meets,
+    /// and every node whose box can change without notice (text) or is not finite.
+    void candidates(const std::array<double, 3>& origin, const std::array<double, 3>& direction,
+                    std::vector<MemoryNode*>& nodes);
+    std::size_t bytes() const;
+
+private:
+    /// Brings the hierarchy up to date: built whole the first time, then per changed subtree.
+    void refresh();
+    void refreshSubtree(MemoryNode& subtree);
+    /// Puts one node's entry where its geometry and world transform say.
+    void update(MemoryNode& node);
+    void dropEntry(MemoryNode& node);
+
+    MemoryNode& top_;
+    std::vector<MemoryNode*> animated_;
+    bool built_ = false;
+    BoxTree boxes_;
+    std::vector<MemoryNode*> loose_;    ///< geometry tested on every query
+    std::vector<MemoryNode*> changed_;  ///< subtrees to refresh before the next query
+};
+
+} // namespace orrery::memory

@@ -1,0 +1,213 @@
+// The indexed scene hit test against the exhaustive one on random scenes that keep changing,
+// and the frame's bookkeeping of the nodes whose actions run.
+
+#include "platform/memory/MemoryPlatform.h"
+#include "tests/platform/MemoryTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <numbers>
+#include <random>
+
+using namespace orrery;
+using namespace orrery::memory;
+using orrery::memory::support::boxNode;
+
+namespace {
+
+constexpr double pi = std::numbers::pi;
+
+class RandomScene {
+public:
+    explicit RandomScene(unsigned seed) : random_(seed) {
+        platform.view->setScene(platform.newScene());
+        root = platform.view->currentScene->root();
+        for (int i = 0; i < 60; ++i) grow();
+    }
+
+    double uniform(double lo, double hi) { return std::uniform_real_distribution<double>(lo, hi)(random_); }
+    std::size_t pick(std::size_t n) { return std::uniform_int_distribution<std::size_t>(0, n - 1)(random_); }
+    float f(double lo, double hi) { return static_cast<float>(uniform(lo, hi)); }
+
+    std::vector<std::shared_ptr<MemoryNode>> nodes() const {
+        std::vector<std::shared_ptr<MemoryNode>> all;
+        const auto visit = [&](const auto& self, const std::shared_ptr<MemoryNode>& node) -> void {
+            all.push_back(node);
+            for (const auto& child : node->children()) self(self, child);
+        };
+        visit(visit, root);
+        return all;
+    }
+
+    /// A new node somewhere in the tree: a box (sometimes flat or empty, sometimes shared with a
+    /// twin in the same place, so that hits tie), a text, or an empty group.
+    void grow() {
+        const auto all = nodes();
+        const auto& parent = all[pick(all.size())];
+        std::shared_ptr<MemoryNode> node;
+        switch (pick(6)) {
+        case 0: node = MemoryNode::make(); break;
+        case 1: {
+            node = MemoryNode::make();
+            node->assignGeometry(std::make_shared<MemoryTextGeometry>(nullptr, "Ab\ncd", 0.1));
+            break;
+        }
+        case 2: node = boxNode({0, 0, 0}, {f(-1, 1), 0, f(-1, 1)}); break;  // flat or a point
+        default: {
+            const SCNVector3 lo{f(-1, 0), f(-1, 0), f(-1, 0)};
+            node = boxNode(lo, {lo.x + f(0, 1), lo.y + f(0, 1), lo.z + f(0, 1)});
+        }
+        }
+        place(*node);
+        parent->appendChild(node);
+        if (pick(4) == 0) parent->appendChild(std::static_pointer_cast<MemoryNode>(node->clone()));
+    }
+
+    void place(MemoryNode& node) {
+        node.assignPosition({f(-6, 6), f(-4, 4), f(-6, 6)});
+        const float s = pick(10) == 0 ? 0.0f : f(0.2, 1.5);
+        node.assignScale({s, pick(2) ? s : f(0.2, 1.5), s});
+        node.assignRotation({f(-1, 1), f(-1, 1), f(-1, 1), f(-pi, pi)});
+    }
+
+    /// One random change: a move, new geometry, a node taken out or put back, a spin, frames.
+    void change() {
+        const auto all = nodes();
+        const auto& node = all[pick(all.size())];
+        switch (pick(8)) {
+        case 0: place(*node); break;
+        case 1: node->assignGeometry(pick(2) ? nullptr : boxNode({-1, -1, -1}, {1, 1, 1})->nodeGeometry); break;
+        case 2:
+            if (node != root) {
+                node->detach();
+                detached_.push_back(node);
+            }
+            break;
+        case 3:
+            if (!detached_.empty()) {
+                all[pick(all.size())]->appendChild(detached_.back());
+                detached_.pop_back();
+            }
+            break;
+        case 4:
+            node->runActionForKey(SCNAction::repeatActionForever(SCNAction::rotateByXYZDuration(0.3, 1, 0, 2)), "spin");
+            break;
+        case 5: node->runActionForKey(SCNAction::moveByDuration({f(-2, 2), 0, f(-2, 2)}, 1), "move"); break;
+        case 6: platform.runFrame(uniform(0, 0.5)); break;
+        default: grow();
+        }
+    }
+
+    void aimRandomly() {
+        auto& camera = platform.view->camera;
+        camera.position = {f(-3, 3), f(-2, 2), f(-3, 3)};
+        camera.yaw = f(-pi, pi);
+        camera.pitch = f(-1.2, 1.2);
+    }
+
+    CGPoint randomPoint() { return {uniform(0, 390), uniform(0, 844)}; }
+
+    MemoryPlatform platform;
+    std::shared_ptr<MemoryNode> root;
+
+private:
+    std::mt19937 random_;
+    std::vector<std::shared_ptr<MemoryNode>> detached_;
+};
+
+std::vector<std::shared_ptr<SCNNode>> nodesOf(const std::vector<SCNHitTestResult>& results) {
+    std::vector<std::shared_ptr<SCNNode>> nodes;
+    for (const auto& r : results) nodes.push_back(r.node);
+    return nodes;
+}
+
+} // namespace
+
+TEST(SceneIndex, AnswersAsTheExhaustiveHitTestWhileTheSceneChanges) {
+    std::size_t hits = 0, ties = 0;
+    for (unsigned seed = 1; seed <= 6; ++seed) {
+        RandomScene scene(seed);
+        for (int round = 0; round < 150; ++round) {
+            for (int i = 0; i < 3; ++i) scene.change();
+            scene.aimRandomly();
+            for (int ray = 0; ray < 6; ++ray) {
+                const CGPoint point = scene.randomPoint();
+                const auto indexed = nodesOf(scene.platform.view->geometricHitTest(point));
+                const auto exhaustive = nodesOf(scene.platform.view->exhaustiveHitTest(point));
+                ASSERT_EQ(indexed, exhaustive) << "seed " << seed << " round " << round;
+                hits += exhaustive.size();
+                for (std::size_t i = 1; i < exhaustive.size(); ++i)
+                    ties += exhaustive[i]->geometry() == exhaustive[i - 1]->geometry() ? 1 : 0;
+            }
+        }
+    }
+    // The scenes really are hit, with twins among the hits.
+    EXPECT_GT(hits, 2000u);
+    EXPECT_GT(ties, 20u);
+}
+
+TEST(SceneIndex, FramesRunTheActionsOfTheSceneAlone) {
+    MemoryPlatform platform;
+    platform.view->setScene(platform.newScene());
+    const auto root = platform.view->currentScene->root();
+    const auto spin = [] { return SCNAction::repeatActionForever(SCNAction::moveByDuration({1, 0, 0}, 1)); };
+
+    // Nodes: animated in the scene, animated under a group attached later, animated in a
+    // group taken out, and a copy of a scene whose root went away.
+    auto inScene = MemoryNode::make(), group = MemoryNode::make(), child = MemoryNode::make();
+    auto leaving = MemoryNode::make(), orphan = MemoryNode::make();
+    root->appendChild(inScene);
+    inScene->runActionForKey(spin(), "a");
+    child->runActionForKey(spin(), "a");
+    group->appendChild(child);
+    leaving->runActionForKey(spin(), "a");
+    root->appendChild(leaving);
+    {
+        auto oldRoot = MemoryNode::make();
+        oldRoot->appendChild(orphan);
+        orphan->runActionForKey(spin(), "a");
+    }
+
+    platform.runFrame(1);
+    EXPECT_EQ(inScene->nodePosition.x, 1.0f);
+    EXPECT_EQ(child->nodePosition.x, 0.0f);
+    EXPECT_EQ(leaving->nodePosition.x, 1.0f);
+
+    root->appendChild(group);
+    leaving->detach();
+    platform.runFrame(1);
+    EXPECT_EQ(inScene->nodePosition.x, 2.0f);
+    EXPECT_EQ(child->nodePosition.x, 1.0f);
+    EXPECT_EQ(leaving->nodePosition.x, 1.0f);
+
+    // Back in the scene, the left node and the orphan run on; a node whose actions
+    // all ended or were removed stays put.
+    root->appendChild(leaving);
+    root->appendChild(orphan);
+    inScene->removeAllActions();
+    platform.runFrame(1);
+    EXPECT_EQ(inScene->nodePosition.x, 2.0f);
+    EXPECT_EQ(child->nodePosition.x, 2.0f);
+    EXPECT_EQ(leaving->nodePosition.x, 2.0f);
+    EXPECT_EQ(orphan->nodePosition.x, 1.0f);
+}
+
+TEST(SceneIndex, WorldTransformsFollowEveryChange) {
+    auto top = MemoryNode::make(), middle = MemoryNode::make(), leaf = MemoryNode::make();
+    top->appendChild(middle);
+    middle->appendChild(leaf);
+    leaf->assignPosition({1, 0, 0});
+    EXPECT_EQ(leaf->worldTransform().columns[3][0], 1.0f);
+    top->assignPosition({0, 5, 0});
+    middle->assignScale({2, 2, 2});
+    EXPECT_EQ(leaf->worldTransform().columns[3][0], 2.0f);
+    EXPECT_EQ(leaf->worldTransform().columns[3][1], 5.0f);
+    middle->detach();
+    EXPECT_EQ(leaf->worldTransform().columns[3][1], 0.0f);
+    auto other = MemoryNode::make();
+    other->assignPosition({0, 0, 7});
+    other->appendChild(middle);
+    EXPECT_EQ(leaf->worldTransform().columns[3][2], 7.0f);
+    other.reset();  // the parent goes away: the node is topmost again
+    EXPECT_EQ(leaf->worldTransform().columns[3][2], 0.0f);
+}
