@@ -1,11 +1,11 @@
 #include "platform/memory/MemoryScene.h"
 
-#include "platform/memory/TextLayout.h"
 #include "platform/memory/SceneIndex.h"
+#include "platform/memory/TextLayout.h"
 
 #include <algorithm>
-#include <cstring>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <utility>
 
