@@ -9,7 +9,7 @@ packages=(
   libpugixml-dev libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev
   libassimp-dev libstb-dev libfreetype-dev fonts-dejavu-core
   libepoxy-dev libegl-dev libegl-mesa0 libgl1-mesa-dri libsdl2-dev libimgui-dev
-  libglu1-mesa-dev libfontconfig-dev libssl-dev
+  libglu1-mesa-dev libfontconfig-dev libssl-dev assimp-utils
   "$@"
 )
 

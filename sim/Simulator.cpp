@@ -1,11 +1,13 @@
 #include "sim/Simulator.h"
 
 #include "render/Snapshot.h"
+#include "sim/ModelCheck.h"
 #include "sim/Quoting.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <iostream>
 #include <limits>
 
 namespace orrery::sim {
@@ -67,7 +69,13 @@ std::string formatPoint(CGPoint p) {
 
 } // namespace
 
-Simulator::Simulator(const std::filesystem::path& assetParent) : platform_(assetParent), controllerOwner_(ViewController::make(platform_)), controller_(*controllerOwner_) {}
+Simulator::Simulator(const std::filesystem::path& assetParent)
+    : platform_(assetParent), controllerOwner_(ViewController::make(platform_)), controller_(*controllerOwner_) {
+    platform_.modelReportObserver = [this](const std::filesystem::path& file, const memory::ModelReport& report,
+                                           const memory::MemoryScene* scene) {
+        writeModelDiagnostics(std::cerr, file, report, scene, controller_.nodeTextName);
+    };
+}
 
 void Simulator::start() {
     resetProcessState();

@@ -101,7 +101,8 @@ Json geometryJson(const SCNGeometry* geometry) {
         out["specular"] = text->material ? propertyJson(text->material->specularProperty) : Json(nullptr);
         return out;
     }
-    return Json{{"type", "mesh"}};
+    const auto* mesh = dynamic_cast<const memory::MemoryMeshGeometry*>(geometry);
+    return Json{{"type", "mesh"}, {"triangles", mesh ? mesh->indices.size() / 3 : 0}};
 }
 
 Json nodeJson(const MemoryNode& node) {

@@ -1,8 +1,13 @@
 #include "platform/memory/ColladaLoader.h"
 
-// The reader trusts nothing in the file: every count, stride, offset and index is
-// checked against the data actually present, numbers must be finite, and sizes,
-// node counts and nesting are capped, so that any input yields a scene or null.
+// The reader trusts nothing in the file: every count, stride, offset and index is checked
+// against the data actually present, numbers must be finite, and sizes, node counts and
+// nesting are capped, so that any input yields a scene or null. What cannot be read is left
+// out with a warning; only a file that is no COLLADA document at all is refused.
+
+#include "platform/memory/ColladaNumbers.h"
+#include "platform/memory/ColladaTransforms.h"
+#include "platform/memory/PolygonTriangulator.h"
 
 #include <pugixml.hpp>
 
@@ -10,116 +15,35 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
+#include <cerrno>
 #include <charconv>
 #include <cmath>
-#include <cerrno>
 #include <cstring>
 #include <limits>
-#include <numbers>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 namespace orrery::memory {
 
 namespace {
 
+using namespace collada;
+
 constexpr std::uintmax_t kMaxFileBytes = 256u << 20;
-constexpr std::size_t kMaxValues = 64u << 20;      // numbers in one array or index list
-constexpr std::size_t kMaxVertices = 16u << 20;    // vertices of one mesh
-constexpr std::size_t kMaxNodes = 100000;          // nodes of one scene
-constexpr int kMaxDepth = 64;                      // node nesting, instance_node chains included
+constexpr std::size_t kMaxVertices = 16u << 20;  // vertices of one mesh
+constexpr std::size_t kMaxNodes = 100000;        // nodes of one scene
+constexpr int kMaxDepth = 1024;                  // node nesting, instance_node chains included
+constexpr int kMaxControllerChain = 8;           // skins of morphs of ...
+constexpr std::size_t kMaxListedWarnings = 100;
 constexpr std::uint32_t kMaxStride = 1024;
+constexpr std::size_t kMaxReserve = 1u << 20;    // trust a declared count this far when reserving
 constexpr std::uint32_t kNone = std::numeric_limits<std::uint32_t>::max();
 
 bool isSpace(char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
-
-constexpr std::size_t kMaxReserve = 1u << 20;  // trust a declared count this far when reserving
-
-inline bool isDigit(char c) { return static_cast<unsigned char>(c - '0') < 10; }
-
-/// Reads one decimal number at `p` in a NUL-terminated text (`p` is not whitespace).
-/// Numbers of up to 15 significant digits with a small exponent, the forms model files
-/// use, are converted by one exact double operation; anything else goes to from_chars.
-/// Returns the end of the number, or null when it is not a finite float.
-const char* readFloat(const char* p, float& out) {
-    static constexpr double kPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
-                                         1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-    const char* const start = p;
-    const bool negative = *p == '-';
-    if (*p == '-' || *p == '+') ++p;
-    std::uint64_t mantissa = 0;
-    const char* const integerStart = p;
-    while (isDigit(*p)) mantissa = mantissa * 10 + static_cast<unsigned>(*p++ - '0');
-    int digits = static_cast<int>(p - integerStart);
-    int scale = 0;
-    if (*p == '.') {
-        const char* const fractionStart = ++p;
-        while (isDigit(*p)) mantissa = mantissa * 10 + static_cast<unsigned>(*p++ - '0');
-        scale = -static_cast<int>(p - fractionStart);
-        digits -= scale;
-    }
-    if (digits == 0) return nullptr;
-    const bool exact = digits <= 15;  // leading zeros count here, which only sends more numbers the slow way
-    if (*p == 'e' || *p == 'E') {
-        ++p;
-        const bool negativeExponent = *p == '-';
-        if (*p == '-' || *p == '+') ++p;
-        if (!isDigit(*p)) return nullptr;
-        int exponent = 0;
-        while (isDigit(*p)) {
-            if (exponent < 100000) exponent = exponent * 10 + (*p - '0');
-            ++p;
-        }
-        scale += negativeExponent ? -exponent : exponent;
-    }
-    if (exact && scale >= -22 && scale <= 22) {
-        const double magnitude = scale < 0 ? static_cast<double>(mantissa) / kPowers[-scale]
-                                           : static_cast<double>(mantissa) * kPowers[scale];
-        if (magnitude > std::numeric_limits<float>::max()) return nullptr;
-        out = static_cast<float>(negative ? -magnitude : magnitude);
-        return p;
-    }
-    const char* const from = *start == '+' ? start + 1 : start;
-    const auto [next, ec] = std::from_chars(from, p, out);
-    if (ec != std::errc() || next != p || !std::isfinite(out)) return nullptr;
-    return p;
-}
-
-/// Parses whitespace-separated finite floats from a NUL-terminated text; false on anything
-/// else or too many values. `expected` is the declared count, used only to reserve.
-bool parseFloats(const char* p, std::vector<float>& out, std::size_t expected = 0) {
-    out.clear();
-    out.reserve(std::min(expected, kMaxReserve));
-    while (true) {
-        while (isSpace(*p)) ++p;
-        if (*p == '\0') return true;
-        float value = 0;
-        p = readFloat(p, value);
-        if (!p || (*p != '\0' && !isSpace(*p))) return false;
-        if (out.size() >= kMaxValues) return false;
-        out.push_back(value);
-    }
-}
-
-/// Parses whitespace-separated unsigned 32-bit integers from a NUL-terminated text.
-bool parseIndices(const char* p, std::vector<std::uint32_t>& out, std::size_t expected = 0) {
-    out.clear();
-    out.reserve(std::min(expected, kMaxReserve));
-    while (true) {
-        while (isSpace(*p)) ++p;
-        if (*p == '\0') return true;
-        if (!isDigit(*p)) return false;
-        std::uint64_t value = 0;
-        const char* const first = p;
-        while (isDigit(*p)) value = value * 10 + static_cast<unsigned>(*p++ - '0');
-        if (p - first > 10 || value > std::numeric_limits<std::uint32_t>::max()) return false;
-        if (*p != '\0' && !isSpace(*p)) return false;
-        if (out.size() >= kMaxValues) return false;
-        out.push_back(static_cast<std::uint32_t>(value));
-    }
-}
 
 /// An unsigned attribute; `fallback` when absent, nullopt when malformed.
 std::optional<std::uint32_t> unsignedAttribute(const pugi::xml_node& node, const char* name, std::uint32_t fallback) {
@@ -139,36 +63,58 @@ std::string_view localTarget(const char* url) {
     return std::string_view(url + 1);
 }
 
-/// Row-major 4x4 in doubles, as COLLADA writes matrices.
-struct Matrix {
-    double m[4][4] = {{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}};
+/// An element as messages name it: <triangles>.
+std::string tag(const pugi::xml_node& element) { return std::string("<") + element.name() + ">"; }
 
-    Matrix operator*(const Matrix& b) const {
-        Matrix r;
-        for (int i = 0; i < 4; ++i)
-            for (int j = 0; j < 4; ++j) {
-                double sum = 0;
-                for (int k = 0; k < 4; ++k) sum += m[i][k] * b.m[k][j];
-                r.m[i][j] = sum;
-            }
-        return r;
+/// Line numbers of offsets into a document's text.
+class LineIndex {
+public:
+    explicit LineIndex(std::string_view text) {
+        for (std::size_t at = text.find('\n'); at != std::string_view::npos; at = text.find('\n', at + 1))
+            newlines_.push_back(at);
+    }
+    std::size_t line(std::ptrdiff_t offset) const {
+        if (offset < 0) return 0;
+        return static_cast<std::size_t>(std::upper_bound(newlines_.begin(), newlines_.end(), std::size_t(offset)) -
+                                        newlines_.begin()) + 1;
+    }
+
+private:
+    std::vector<std::size_t> newlines_;
+};
+
+/// What the reader says, by offset into the document; lines are worked out at the end.
+struct Notes {
+    struct Note {
+        std::ptrdiff_t offset;
+        std::string message;
+    };
+    std::optional<Note> error;
+    std::vector<Note> warnings;
+    std::size_t unlisted = 0;
+    std::vector<std::pair<const MemoryNode*, std::ptrdiff_t>> nodes;
+    bool wantNodes = false;
+
+    void warn(std::ptrdiff_t offset, std::string message) {
+        if (warnings.size() < kMaxListedWarnings)
+            warnings.push_back({offset, std::move(message)});
+        else
+            ++unlisted;
     }
 };
 
 /// A float source seen through its accessor: element i, component k is
-/// data[offset + i * stride + slots[k]], every such position checked to lie in data.
+/// data[offset + i * stride + slots[k]] for k below `components` and 0 past it (2-D positions
+/// get z = 0), every such position checked to lie in data.
 struct Accessor {
     const std::vector<float>* data = nullptr;
     std::uint32_t count = 0, stride = 0, offset = 0;
     std::uint32_t slots[3] = {0, 1, 2};
+    int components = 0;
 
-    float at(std::uint32_t i, int k) const { return (*data)[std::size_t(offset) + std::size_t(i) * stride + slots[k]]; }
-};
-
-struct PrimitiveInput {
-    enum class Kind { vertex, normal, texcoord } kind;
-    std::uint32_t offset;
-    std::string_view source;
+    float at(std::uint32_t i, int k) const {
+        return k < components ? (*data)[std::size_t(offset) + std::size_t(i) * stride + slots[k]] : 0.0f;
+    }
 };
 
 /// Key of an output vertex: the position, normal and texture-coordinate indices of a corner.
@@ -233,6 +179,16 @@ public:
         mesh_.textureCoordinates.reserve(total);
     }
 
+    /// The mesh's size before a primitive, to take the primitive back out if it cannot be read.
+    std::array<std::size_t, 2> mark() const { return {mesh_.indices.size(), mesh_.positions.size()}; }
+    void rollback(std::array<std::size_t, 2> mark) {
+        mesh_.indices.resize(mark[0]);
+        mesh_.positions.resize(mark[1]);
+        mesh_.normals.resize(mark[1]);
+        mesh_.textureCoordinates.resize(mark[1]);
+        sources_ = {};  // the vertex tables may name vertices just removed
+    }
+
     void finish() {
         if (!anyNormals_) mesh_.normals.clear();
         if (!anyTexcoords_) mesh_.textureCoordinates.clear();
@@ -267,25 +223,46 @@ private:
     bool anyNormals_ = false, anyTexcoords_ = false;
 };
 
+/// The surface primitives of a mesh.
+enum class PrimitiveKind { triangles, polylist, polygons, tristrips, trifans, lines, other };
+
+PrimitiveKind primitiveKind(const char* name) {
+    if (!std::strcmp(name, "triangles")) return PrimitiveKind::triangles;
+    if (!std::strcmp(name, "polylist")) return PrimitiveKind::polylist;
+    if (!std::strcmp(name, "polygons")) return PrimitiveKind::polygons;
+    if (!std::strcmp(name, "tristrips")) return PrimitiveKind::tristrips;
+    if (!std::strcmp(name, "trifans")) return PrimitiveKind::trifans;
+    if (!std::strcmp(name, "lines") || !std::strcmp(name, "linestrips")) return PrimitiveKind::lines;
+    return PrimitiveKind::other;
+}
+
 class Reader {
 public:
-    Reader(const pugi::xml_node& root, std::filesystem::path baseFolder, std::shared_ptr<CallLog> log)
-        : root_(root), baseFolder_(std::move(baseFolder)), log_(std::move(log)) {}
+    Reader(const pugi::xml_node& root, std::filesystem::path baseFolder, std::shared_ptr<CallLog> log, Notes& notes)
+        : root_(root), baseFolder_(std::move(baseFolder)), log_(std::move(log)), notes_(notes) {}
 
     std::shared_ptr<MemoryScene> read() {
         indexIds();
+        std::string assetWarning;
+        conversion_ = assetConversion(root_.child("asset"), assetWarning);
+        if (!assetWarning.empty()) warn(root_.child("asset"), assetWarning);
+
         pugi::xml_node visualScene;
-        if (const auto instance = root_.child("scene").child("instance_visual_scene"))
+        if (const auto instance = root_.child("scene").child("instance_visual_scene")) {
             visualScene = byId(localTarget(instance.attribute("url").value()), "visual_scene");
+            if (!visualScene)
+                warn(instance, "instance_visual_scene " + quoted(instance.attribute("url").value()) +
+                                   " names no visual scene of this file; the first one is shown");
+        }
         if (!visualScene) visualScene = root_.child("library_visual_scenes").child("visual_scene");
-        if (!visualScene) return nullptr;
+        if (!visualScene) return refuse(root_, "no visual scene to show");
 
         // The scene's root node stands for the visual scene: its top-level nodes become children.
         auto sceneRoot = MemoryNode::make(log_);
         for (const auto& child : visualScene.children("node")) {
             auto node = buildNode(child, 1);
-            if (!node) return nullptr;
-            sceneRoot->appendChild(node);
+            if (failed_) return nullptr;
+            if (node) sceneRoot->appendChild(node);
         }
         return std::make_shared<MemoryScene>(log_, sceneRoot);
     }
@@ -315,164 +292,247 @@ private:
         return it->second;
     }
 
+    /// The element `url` names, or null with a warning that says what was left out.
+    pugi::xml_node resolve(const pugi::xml_node& instance, const char* attribute, const char* element) {
+        const char* url = instance.attribute(attribute).value();
+        if (const pugi::xml_node target = byId(localTarget(url), element)) return target;
+        if (url[0] != '#' && std::strchr(url, '#'))
+            warn(instance, tag(instance) + " " + quoted(url) + " refers to another file; left out");
+        else
+            warn(instance, tag(instance) + " " + quoted(url) + " names no <" + element + "> of this file; left out");
+        return {};
+    }
+
+    void warn(const pugi::xml_node& at, std::string message) { notes_.warn(at.offset_debug(), std::move(message)); }
+
+    std::nullptr_t refuse(const pugi::xml_node& at, std::string message) {
+        if (!failed_) notes_.error = Notes::Note{at.offset_debug(), std::move(message)};
+        failed_ = true;
+        return nullptr;
+    }
+
+    static std::string nodeLabel(const pugi::xml_node& element) {
+        if (const auto name = element.attribute("name")) return "node " + quoted(name.value());
+        if (const auto id = element.attribute("id")) return "node " + quoted(id.value());
+        return "an unnamed node";
+    }
+
     std::shared_ptr<MemoryNode> buildNode(const pugi::xml_node& element, int depth) {
-        if (depth > kMaxDepth || ++nodeCount_ > kMaxNodes) return nullptr;
+        if (depth > kMaxDepth) return refuse(element, "nodes nested more than " + std::to_string(kMaxDepth) + " deep");
+        if (++nodeCount_ > kMaxNodes) return refuse(element, "more than " + std::to_string(kMaxNodes) + " nodes");
         auto node = MemoryNode::make(log_);
+        if (notes_.wantNodes) notes_.nodes.emplace_back(node.get(), element.offset_debug());
         if (const auto name = element.attribute("name"))
             node->nodeName = name.value();
         else if (const auto id = element.attribute("id"))
             node->nodeName = id.value();
 
-        if (!applyTransform(element, *node)) return nullptr;
+        // Geometry and child nodes go below a sheared transform's inner node.
+        std::shared_ptr<MemoryNode> contents = node;
+        if (!applyTransform(element, depth, *node, contents)) return nullptr;
 
-        bool first = true;
-        for (const auto& instance : element.children("instance_geometry")) {
-            auto geometry = buildGeometry(instance);
+        const void* const self = element.internal_object();
+        onPath_.insert(self);
+        for (const auto& instance : element.children()) {
+            const bool controller = !std::strcmp(instance.name(), "instance_controller");
+            if (!controller && std::strcmp(instance.name(), "instance_geometry") != 0) continue;
+            auto geometry = controller ? buildController(instance) : buildGeometry(instance);
             if (failed_) return nullptr;
             if (!geometry) continue;
-            if (first) {
-                node->assignGeometry(geometry);
-                first = false;
+            if (!contents->nodeGeometry) {
+                contents->assignGeometry(geometry);
             } else {
                 // Further meshes of the same node hang below it, one node each.
-                if (++nodeCount_ > kMaxNodes) return nullptr;
+                if (++nodeCount_ > kMaxNodes) return refuse(instance, "more than " + std::to_string(kMaxNodes) + " nodes");
                 auto extra = MemoryNode::make(log_);
+                if (notes_.wantNodes) notes_.nodes.emplace_back(extra.get(), instance.offset_debug());
                 if (const auto name = instance.attribute("name")) extra->nodeName = name.value();
                 extra->assignGeometry(geometry);
-                node->appendChild(extra);
+                contents->appendChild(extra);
             }
         }
 
         for (const auto& child : element.children()) {
             pugi::xml_node target;
-            if (std::strcmp(child.name(), "node") == 0)
+            if (std::strcmp(child.name(), "node") == 0) {
                 target = child;
-            else if (std::strcmp(child.name(), "instance_node") == 0)
-                target = byId(localTarget(child.attribute("url").value()), "node");
+            } else if (std::strcmp(child.name(), "instance_node") == 0) {
+                target = resolve(child, "url", "node");
+                if (target && onPath_.contains(target.internal_object())) {
+                    warn(child, "instance_node " + quoted(child.attribute("url").value()) +
+                                    " instantiates a node that contains it; left out");
+                    continue;
+                }
+            }
             if (!target) continue;
             auto built = buildNode(target, depth + 1);
-            if (!built) return nullptr;
-            node->appendChild(built);
+            if (failed_) return nullptr;
+            if (built) contents->appendChild(built);
         }
+        onPath_.erase(self);
         return node;
     }
 
-    /// Composes the node's transform elements in document order. Malformed or non-finite
-    /// elements leave the node untransformed rather than failing the file.
-    bool applyTransform(const pugi::xml_node& element, MemoryNode& node) {
+    /// Composes the node's transform elements in document order (a top-level node also gets
+    /// the document's axis and unit conversion) and gives the node the result. False when the
+    /// file is refused; `contents` becomes the inner node of a sheared transform.
+    bool applyTransform(const pugi::xml_node& element, int depth, MemoryNode& node, std::shared_ptr<MemoryNode>& contents) {
         Matrix total;
         bool any = false;
-        std::vector<float> values;
+        std::string why;
         for (const auto& child : element.children()) {
-            const char* name = child.name();
             Matrix step;
-            if (std::strcmp(name, "matrix") == 0) {
-                if (!parseFloats(child.child_value(), values) || values.size() != 16) return true;
-                for (int r = 0; r < 4; ++r)
-                    for (int c = 0; c < 4; ++c) step.m[r][c] = values[r * 4 + c];
-            } else if (std::strcmp(name, "translate") == 0) {
-                if (!parseFloats(child.child_value(), values) || values.size() != 3) return true;
-                for (int r = 0; r < 3; ++r) step.m[r][3] = values[r];
-            } else if (std::strcmp(name, "scale") == 0) {
-                if (!parseFloats(child.child_value(), values) || values.size() != 3) return true;
-                for (int r = 0; r < 3; ++r) step.m[r][r] = values[r];
-            } else if (std::strcmp(name, "rotate") == 0) {
-                if (!parseFloats(child.child_value(), values) || values.size() != 4) return true;
-                double x = values[0], y = values[1], z = values[2];
-                const double length = std::sqrt(x * x + y * y + z * z);
-                if (!(length > 0) || !std::isfinite(length)) continue;
-                x /= length, y /= length, z /= length;
-                const double a = values[3] * std::numbers::pi / 180.0, c = std::cos(a), s = std::sin(a), t = 1 - c;
-                const double r[3][3] = {{t * x * x + c, t * x * y - s * z, t * x * z + s * y},
-                                        {t * x * y + s * z, t * y * y + c, t * y * z - s * x},
-                                        {t * x * z - s * y, t * y * z + s * x, t * z * z + c}};
-                for (int i = 0; i < 3; ++i)
-                    for (int j = 0; j < 3; ++j) step.m[i][j] = r[i][j];
-            } else {
+            switch (readTransformElement(child, step, why)) {
+            case TransformStep::none: continue;
+            case TransformStep::unreadable:
+                warn(child, tag(child) + " of " + nodeLabel(element) + " left out: " + why);
                 continue;
+            case TransformStep::read:
+                total = total * step;
+                any = true;
+                break;
             }
-            total = total * step;
+        }
+        if (depth == 1 && !conversion_.isIdentity()) {
+            total = conversion_ * total;
             any = true;
         }
         if (!any) return true;
-        simd_float4x4 matrix;
-        for (int r = 0; r < 4; ++r)
-            for (int c = 0; c < 4; ++c) {
-                const double v = total.m[r][c];
-                if (!std::isfinite(v) || std::abs(v) > std::numeric_limits<float>::max()) return true;
-                matrix.columns[c][r] = static_cast<float>(v);
-            }
-        node.setTransformMatrix(matrix);
-        return true;
+        if (total.m[3][0] != 0 || total.m[3][1] != 0 || total.m[3][2] != 0 || total.m[3][3] != 1)
+            warn(element, "the projective part of the transform of " + nodeLabel(element) + " is left out");
+        std::shared_ptr<MemoryNode> inner;
+        switch (placeNode(total, node, inner, log_)) {
+        case Placement::exact: return true;
+        case Placement::sheared:
+            if (notes_.wantNodes) notes_.nodes.emplace_back(inner.get(), element.offset_debug());
+            node.appendChild(inner);
+            contents = inner;
+            return true;
+        case Placement::tooLarge: break;
+        }
+        refuse(element, "the transform of " + nodeLabel(element) + " does not fit in 32-bit floats");
+        return false;
     }
 
-    /// The float source `id` through its accessor, with `components` named components.
-    const Accessor* accessor(std::string_view id, int components) {
-        // Validated per component count: a source checked for two components is not safe for three.
-        auto& cache = accessors_[components == 3 ? 1 : 0];
-        if (const auto it = cache.find(id); it != cache.end()) return &it->second;
-        const pugi::xml_node source = byId(id, "source");
-        if (!source) return nullptr;
-        const pugi::xml_node array = source.child("float_array");
-        const pugi::xml_node acc = source.child("technique_common").child("accessor");
-        if (!array || !acc) return nullptr;
-        // Keyed by the source, which owns its array.
-        auto parsed = arrays_.find(id);
-        if (parsed == arrays_.end()) {
-            std::vector<float> values;
-            if (!parseFloats(array.child_value(), values, array.attribute("count").as_uint())) return nullptr;
-            parsed = arrays_.emplace(id, std::move(values)).first;
-        }
-        const std::vector<float>& values = parsed->second;
-
-        Accessor result;
-        result.data = &values;
-        const auto count = unsignedAttribute(acc, "count", 0);
-        const auto stride = unsignedAttribute(acc, "stride", 1);
-        const auto offset = unsignedAttribute(acc, "offset", 0);
-        if (!count || !stride || !offset || *stride == 0 || *stride > kMaxStride) return nullptr;
-        result.count = *count;
-        result.stride = *stride;
-        result.offset = *offset;
-        // Named params pick the components; unnamed ones are skipped. Without params the
-        // first components are taken.
-        int named = 0;
-        std::uint32_t slot = 0;
-        bool anyParam = false;
-        for (const auto& param : acc.children("param")) {
-            anyParam = true;
-            if (param.attribute("name") && named < components) result.slots[named++] = slot;
-            ++slot;
-        }
-        if (anyParam && named < components) return nullptr;
-        std::uint32_t highest = 0;
-        for (int k = 0; k < components; ++k) highest = std::max(highest, result.slots[k]);
-        if (highest >= result.stride) return nullptr;
-        if (result.count == 0) return nullptr;
-        const std::uint64_t last = std::uint64_t(result.offset) + std::uint64_t(result.count - 1) * result.stride + highest;
-        if (last >= values.size()) return nullptr;
-        return &cache.emplace(id, result).first->second;
-    }
-
-    std::shared_ptr<MemoryMeshGeometry> buildGeometry(const pugi::xml_node& instance) {
-        const pugi::xml_node geometry = byId(localTarget(instance.attribute("url").value()), "geometry");
-        const pugi::xml_node mesh = geometry.child("mesh");
-        if (!mesh) return nullptr;  // not a mesh (or a dangling reference): the node keeps no geometry
-
-        // Material symbols bound by this instance.
+    /// Material symbols bound by an instance_geometry or instance_controller.
+    static std::unordered_map<std::string_view, std::string_view> materialBindings(const pugi::xml_node& instance) {
         std::unordered_map<std::string_view, std::string_view> bindings;
         for (const auto& bound : instance.child("bind_material").child("technique_common").children("instance_material"))
             bindings.emplace(bound.attribute("symbol").value(), localTarget(bound.attribute("target").value()));
+        return bindings;
+    }
+
+    std::shared_ptr<MemoryMeshGeometry> buildGeometry(const pugi::xml_node& instance) {
+        const pugi::xml_node geometry = resolve(instance, "url", "geometry");
+        if (!geometry) return nullptr;
+        return buildMesh(geometry, materialBindings(instance));
+    }
+
+    /// A skin's source mesh in its bind pose, or a morph's base mesh.
+    std::shared_ptr<MemoryMeshGeometry> buildController(const pugi::xml_node& instance) {
+        pugi::xml_node controller = resolve(instance, "url", "controller");
+        Matrix bindShape;
+        for (int link = 0; controller; ++link) {
+            if (link == kMaxControllerChain) {
+                warn(controller, "controllers chained more than " + std::to_string(kMaxControllerChain) + " deep; left out");
+                return nullptr;
+            }
+            pugi::xml_node target = controller.child("skin");
+            if (target) {
+                if (const auto matrix = target.child("bind_shape_matrix")) {
+                    std::vector<float> values;
+                    std::string why;
+                    if (!parseFloats(matrix.child_value(), values, 16, &why) || values.size() != 16) {
+                        warn(matrix, "<bind_shape_matrix> left out: " + (why.empty() ? "16 numbers expected" : why));
+                    } else {
+                        Matrix step;
+                        for (int r = 0; r < 4; ++r)
+                            for (int c = 0; c < 4; ++c) step.m[r][c] = values[r * 4 + c];
+                        bindShape = bindShape * step;
+                    }
+                }
+            } else if (!(target = controller.child("morph"))) {
+                warn(controller, "controller " + quoted(controller.attribute("id").value()) +
+                                     " is neither a skin nor a morph; left out");
+                return nullptr;
+            }
+            const std::string_view source = localTarget(target.attribute("source").value());
+            if (const pugi::xml_node geometry = byId(source, "geometry")) {
+                auto mesh = buildMesh(geometry, materialBindings(instance));
+                if (mesh && !bindShape.isIdentity()) applyBindShape(bindShape, *mesh, target);
+                return mesh;
+            }
+            controller = resolve(target, "source", "controller");
+        }
+        return nullptr;
+    }
+
+    /// Moves a skin's mesh by its bind-shape matrix (normals by the inverse transpose).
+    void applyBindShape(const Matrix& m, MemoryMeshGeometry& mesh, const pugi::xml_node& skin) {
+        double inverse[3][3];
+        const double (*a)[4] = m.m;
+        const double det = a[0][0] * (a[1][1] * a[2][2] - a[1][2] * a[2][1]) -
+                           a[0][1] * (a[1][0] * a[2][2] - a[1][2] * a[2][0]) +
+                           a[0][2] * (a[1][0] * a[2][1] - a[1][1] * a[2][0]);
+        for (int r = 0; r < 3; ++r)
+            for (int c = 0; c < 3; ++c) {  // cofactors: the inverse transpose times det
+                const int r1 = (r + 1) % 3, r2 = (r + 2) % 3, c1 = (c + 1) % 3, c2 = (c + 2) % 3;
+                inverse[r][c] = a[r1][c1] * a[r2][c2] - a[r1][c2] * a[r2][c1];
+            }
+        std::vector<SCNVector3> positions = mesh.positions, normals = mesh.normals;
+        for (auto& p : positions) {
+            const double x = p.x, y = p.y, z = p.z;
+            p = {static_cast<float>(a[0][0] * x + a[0][1] * y + a[0][2] * z + a[0][3]),
+                 static_cast<float>(a[1][0] * x + a[1][1] * y + a[1][2] * z + a[1][3]),
+                 static_cast<float>(a[2][0] * x + a[2][1] * y + a[2][2] * z + a[2][3])};
+            if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z)) {
+                warn(skin, "<bind_shape_matrix> left out: it moves vertices beyond 32-bit floats");
+                return;
+            }
+        }
+        const double sign = det < 0 ? -1.0 : 1.0;
+        for (auto& n : normals) {
+            double v[3];
+            for (int r = 0; r < 3; ++r) v[r] = sign * (inverse[r][0] * n.x + inverse[r][1] * n.y + inverse[r][2] * n.z);
+            const double length = std::sqrt(v[0] * v[0] + v[1] * v[1] + v[2] * v[2]);
+            if (length > 0 && std::isfinite(length))
+                n = {static_cast<float>(v[0] / length), static_cast<float>(v[1] / length), static_cast<float>(v[2] / length)};
+        }
+        mesh.positions = std::move(positions);
+        mesh.normals = std::move(normals);
+        mesh.computeBounds();
+    }
+
+    std::shared_ptr<MemoryMeshGeometry> buildMesh(const pugi::xml_node& geometry,
+                                                  const std::unordered_map<std::string_view, std::string_view>& bindings) {
+        pugi::xml_node mesh = geometry.child("mesh");
+        if (!mesh) {
+            const pugi::xml_node convex = geometry.child("convex_mesh");
+            if (convex && !convex.attribute("convex_hull_of")) mesh = convex;
+        }
+        if (!mesh) {
+            const pugi::xml_node kind = geometry.first_child();
+            warn(geometry, "geometry " + quoted(geometry.attribute("id").value()) + " is " +
+                               (kind ? "a " + tag(kind) : std::string("empty")) + ", not a mesh; left out");
+            return nullptr;
+        }
 
         auto result = std::make_shared<MemoryMeshGeometry>(log_);
         MeshBuilder builder(*result);
         for (const auto& primitive : mesh.children()) {
-            const char* kind = primitive.name();
-            const bool triangles = std::strcmp(kind, "triangles") == 0;
-            const bool polylist = std::strcmp(kind, "polylist") == 0;
-            const bool polygons = std::strcmp(kind, "polygons") == 0;
-            if (!triangles && !polylist && !polygons) continue;
-            if (!addPrimitive(primitive, triangles, polylist, builder)) return fail();
+            const PrimitiveKind kind = primitiveKind(primitive.name());
+            if (kind == PrimitiveKind::other) continue;
+            if (kind == PrimitiveKind::lines) {
+                warn(primitive, tag(primitive) + " left out: lines are not surfaces");
+                continue;
+            }
+            const auto mark = builder.mark();
+            problem_ = {};
+            if (!addPrimitive(primitive, kind, builder)) {
+                builder.rollback(mark);
+                warn(problem_.at ? problem_.at : primitive, tag(primitive) + " left out: " + problem_.what);
+                continue;
+            }
             const std::string_view symbol = primitive.attribute("material").value();
             const auto bound = bindings.find(symbol);
             if (auto material = buildMaterial(bound != bindings.end() ? bound->second : symbol))
@@ -482,12 +542,85 @@ private:
         return result;
     }
 
-    std::nullptr_t fail() {
-        failed_ = true;
+    /// Why a primitive or source cannot be read, and the element at fault.
+    struct Problem {
+        pugi::xml_node at;
+        std::string what;
+    };
+
+    bool fail(const pugi::xml_node& at, std::string what) {
+        problem_ = {at, std::move(what)};
+        return false;
+    }
+    const Accessor* noAccessor(const pugi::xml_node& at, std::string what) {
+        fail(at, std::move(what));
         return nullptr;
     }
 
-    bool addPrimitive(const pugi::xml_node& primitive, bool triangles, bool polylist, MeshBuilder& builder) {
+    /// The float source `id` through its accessor, wanting `wanted` components and accepting
+    /// down to `least` (the rest read as 0); null with problem_ set when it cannot be read.
+    const Accessor* accessor(std::string_view id, int wanted, int least) {
+        // Validated per component count: a source checked for two components is not safe for three.
+        auto& cache = accessors_[wanted == 3 ? 1 : 0];
+        if (const auto it = cache.find(id); it != cache.end()) return &it->second;
+        const pugi::xml_node source = byId(id, "source");
+        if (!source) return noAccessor({}, "it names no source " + quoted(id));
+        const pugi::xml_node array = source.child("float_array");
+        const pugi::xml_node acc = source.child("technique_common").child("accessor");
+        if (!array) return noAccessor(source, "source " + quoted(id) + " has no <float_array>");
+        if (!acc) return noAccessor(source, "source " + quoted(id) + " has no <accessor>");
+        // Keyed by the source, which owns its array.
+        auto parsed = arrays_.find(id);
+        if (parsed == arrays_.end()) {
+            std::vector<float> values;
+            std::string why;
+            if (!parseFloats(array.child_value(), values, array.attribute("count").as_uint(), &why))
+                return noAccessor(array, "<float_array> " + quoted(array.attribute("id").value()) + ": " + why);
+            parsed = arrays_.emplace(id, std::move(values)).first;
+        }
+        const std::vector<float>& values = parsed->second;
+
+        Accessor result;
+        result.data = &values;
+        const auto count = unsignedAttribute(acc, "count", 0);
+        const auto stride = unsignedAttribute(acc, "stride", 1);
+        const auto offset = unsignedAttribute(acc, "offset", 0);
+        if (!count || !stride || !offset) return noAccessor(acc, "the <accessor> of " + quoted(id) + " has a malformed count, stride or offset");
+        result.count = *count;
+        result.stride = *stride;
+        result.offset = *offset;
+        if (result.count == 0) {  // an empty source: nothing to index
+            result.components = wanted;
+            return &cache.emplace(id, result).first->second;
+        }
+        if (result.stride == 0 || result.stride > kMaxStride)
+            return noAccessor(acc, "the <accessor> of " + quoted(id) + " has stride " + std::to_string(result.stride));
+        // Named params pick the components; unnamed ones are skipped. Without params the
+        // first components are taken.
+        int named = 0;
+        std::uint32_t slot = 0;
+        bool anyParam = false;
+        for (const auto& param : acc.children("param")) {
+            anyParam = true;
+            if (param.attribute("name") && named < wanted) result.slots[named++] = slot;
+            ++slot;
+        }
+        result.components = anyParam ? named : static_cast<int>(std::min<std::uint32_t>(result.stride, wanted));
+        if (result.components < least)
+            return noAccessor(acc, "the <accessor> of " + quoted(id) + " has " + std::to_string(result.components) +
+                                 " components, " + std::to_string(least) + " needed");
+        std::uint32_t highest = 0;
+        for (int k = 0; k < result.components; ++k) highest = std::max(highest, result.slots[k]);
+        if (highest >= result.stride)
+            return noAccessor(acc, "the <accessor> of " + quoted(id) + " has more components than its stride");
+        const std::uint64_t last = std::uint64_t(result.offset) + std::uint64_t(result.count - 1) * result.stride + highest;
+        if (last >= values.size())
+            return noAccessor(acc, "the <accessor> of " + quoted(id) + " reaches number " + std::to_string(last + 1) + " of " +
+                                 std::to_string(values.size()));
+        return &cache.emplace(id, result).first->second;
+    }
+
+    bool addPrimitive(const pugi::xml_node& primitive, PrimitiveKind kind, MeshBuilder& builder) {
         // Inputs: VERTEX brings positions (and any per-vertex normals or texture coordinates).
         const Accessor* positions = nullptr;
         const Accessor* normals = nullptr;
@@ -495,39 +628,46 @@ private:
         std::uint32_t vOffset = kNone, nOffset = kNone, tOffset = kNone;
         bool vertexNormals = false, vertexTexcoords = false;
         std::uint32_t stride = 0;
+        // An unreadable normal or texture source leaves out only that attribute.
+        auto optional = [&](const char* what, std::string_view source, int wanted, int least) {
+            const Accessor* result = accessor(source, wanted, least);
+            if (!result) warn(problem_.at ? problem_.at : primitive, std::string(what) + " of " + tag(primitive) + " left out: " + problem_.what);
+            return result;
+        };
         for (const auto& input : primitive.children("input")) {
             const auto offset = unsignedAttribute(input, "offset", 0);
-            if (!offset || *offset >= kMaxStride) return false;
+            if (!offset || *offset >= kMaxStride) return fail(input, "an <input> has a malformed offset");
             stride = std::max(stride, *offset + 1);
             const char* semantic = input.attribute("semantic").value();
             const std::string_view source = localTarget(input.attribute("source").value());
             if (std::strcmp(semantic, "VERTEX") == 0 && vOffset == kNone) {
                 const pugi::xml_node vertices = byId(source, "vertices");
-                if (!vertices) return false;
+                if (!vertices) return fail(input, "its VERTEX input names no <vertices> " + quoted(source));
                 for (const auto& vi : vertices.children("input")) {
                     const char* vs = vi.attribute("semantic").value();
                     const std::string_view vsource = localTarget(vi.attribute("source").value());
                     if (std::strcmp(vs, "POSITION") == 0 && !positions) {
-                        positions = accessor(vsource, 3);
+                        positions = accessor(vsource, 3, 1);
                         if (!positions) return false;
                     } else if (std::strcmp(vs, "NORMAL") == 0 && !normals) {
-                        normals = accessor(vsource, 3);
+                        normals = optional("normals", vsource, 3, 3);
                         vertexNormals = normals != nullptr;
                     } else if (std::strcmp(vs, "TEXCOORD") == 0 && !texcoords) {
-                        texcoords = accessor(vsource, 2);
+                        texcoords = optional("texture coordinates", vsource, 2, 1);
                         vertexTexcoords = texcoords != nullptr;
                     }
                 }
+                if (!positions) return fail(vertices, "<vertices> " + quoted(source) + " has no POSITION input");
                 vOffset = *offset;
             } else if (std::strcmp(semantic, "NORMAL") == 0 && !normals) {
-                normals = accessor(source, 3);
+                normals = optional("normals", source, 3, 3);
                 if (normals) nOffset = *offset;
             } else if (std::strcmp(semantic, "TEXCOORD") == 0 && !texcoords) {
-                texcoords = accessor(source, 2);
+                texcoords = optional("texture coordinates", source, 2, 1);
                 if (texcoords) tOffset = *offset;
             }
         }
-        if (!positions || vOffset == kNone) return false;
+        if (vOffset == kNone) return fail(primitive, "it has no VERTEX input");
 
         std::vector<std::uint32_t>& p = indexScratch_;
         auto corner = [&](std::size_t c) {
@@ -536,43 +676,119 @@ private:
             return CornerKey{v, vertexNormals ? v : (nOffset == kNone ? 0 : tuple[nOffset]),
                              vertexTexcoords ? v : (tOffset == kNone ? 0 : tuple[tOffset])};
         };
-        auto addPolygon = [&](std::size_t first, std::size_t n) {
-            // Fan triangulation; triangles are the n == 3 case.
-            for (std::size_t k = 1; k + 1 < n; ++k)
-                if (!builder.corner(*positions, normals, texcoords, corner(first)) ||
-                    !builder.corner(*positions, normals, texcoords, corner(first + k)) ||
-                    !builder.corner(*positions, normals, texcoords, corner(first + k + 1)))
-                    return false;
+        auto add = [&](std::size_t c) {
+            if (builder.corner(*positions, normals, texcoords, corner(c))) return true;
+            const CornerKey key = corner(c);
+            if (key.v >= positions->count)
+                return fail(primitive, "position index " + std::to_string(key.v) + " past the " +
+                                           std::to_string(positions->count) + " positions");
+            if (normals && key.n >= normals->count)
+                return fail(primitive, "normal index " + std::to_string(key.n) + " past the " +
+                                           std::to_string(normals->count) + " normals");
+            if (texcoords && key.t >= texcoords->count)
+                return fail(primitive, "texture coordinate index " + std::to_string(key.t) + " past the " +
+                                           std::to_string(texcoords->count) + " texture coordinates");
+            return fail(primitive, "the mesh has more than " + std::to_string(kMaxVertices) + " vertices");
+        };
+        auto addTriangle = [&](std::size_t a, std::size_t b, std::size_t c) { return add(a) && add(b) && add(c); };
+        // A polygon of `n` corners from corner `first`, with holes after it (`sizes`: outline first).
+        auto addPolygon = [&](std::size_t first, std::span<const std::size_t> sizes) {
+            std::size_t n = 0;
+            for (const std::size_t size : sizes) n += size;
+            if (sizes[0] < 3) return true;  // a point or an edge: no surface
+            if (sizes.size() == 1 && n == 3) return addTriangle(first, first + 1, first + 2);
+            points_.clear();
+            for (std::size_t c = first; c < first + n; ++c) {
+                const std::uint32_t v = corner(c).v;
+                if (v >= positions->count) return add(c);  // says which index is wrong
+                points_.push_back({positions->at(v, 0), positions->at(v, 1), positions->at(v, 2)});
+            }
+            triangles_.clear();
+            triangulator_.triangulate(points_, sizes, triangles_);
+            for (std::size_t t = 0; t < triangles_.size(); t += 3)
+                if (!addTriangle(first + triangles_[t], first + triangles_[t + 1], first + triangles_[t + 2])) return false;
             return true;
         };
+        auto readIndices = [&](const pugi::xml_node& list, std::size_t expected) {
+            std::string why;
+            if (parseIndices(list.child_value(), p, expected, &why)) return true;
+            return fail(list, tag(list) + ": " + why);
+        };
 
-        if (!triangles && !polylist) {
-            // <polygons>: one <p> per polygon.
-            for (const auto& poly : primitive.children("p")) {
-                if (!parseIndices(poly.child_value(), p)) return false;
-                if (!addPolygon(0, p.size() / stride)) return false;
+        if (kind == PrimitiveKind::polygons || kind == PrimitiveKind::tristrips || kind == PrimitiveKind::trifans) {
+            // One <p> per polygon, strip or fan; <polygons> may also have outlines with holes (<ph>).
+            for (const auto& list : primitive.children()) {
+                const bool withHoles = kind == PrimitiveKind::polygons && !std::strcmp(list.name(), "ph");
+                if (!withHoles && std::strcmp(list.name(), "p") != 0) continue;
+                std::vector<std::size_t> sizes;
+                if (withHoles) {
+                    std::vector<std::uint32_t> all;
+                    for (const auto& contour : list.children()) {
+                        if (std::strcmp(contour.name(), "p") != 0 && std::strcmp(contour.name(), "h") != 0) continue;
+                        if (!readIndices(contour, 0)) return false;
+                        if (std::strcmp(contour.name(), "p") == 0 && !sizes.empty())
+                            return fail(contour, "a <ph> has more than one outline");
+                        if (std::strcmp(contour.name(), "h") == 0 && sizes.empty())
+                            return fail(contour, "a hole comes before its outline");
+                        sizes.push_back(p.size() / stride);
+                        all.insert(all.end(), p.begin(), p.begin() + std::ptrdiff_t(sizes.back() * stride));
+                    }
+                    p.swap(all);
+                    if (sizes.empty()) continue;
+                } else {
+                    if (!readIndices(list, 0)) return false;
+                    sizes.push_back(p.size() / stride);
+                }
+                const std::size_t n = sizes[0];
+                if (kind == PrimitiveKind::polygons) {
+                    if (!addPolygon(0, sizes)) return false;
+                } else {
+                    for (std::size_t k = 0; k + 2 < n; ++k) {
+                        const bool ok = kind == PrimitiveKind::trifans ? addTriangle(0, k + 1, k + 2)
+                                        : k % 2 == 0                   ? addTriangle(k, k + 1, k + 2)
+                                                                       : addTriangle(k + 1, k, k + 2);
+                        if (!ok) return false;
+                    }
+                }
             }
             return true;
         }
 
-        const std::size_t declaredCorners = std::size_t(primitive.attribute("count").as_uint()) * (triangles ? 3 : 4);
-        if (!parseIndices(primitive.child("p").child_value(), p, declaredCorners * stride)) return false;
+        const auto declared = unsignedAttribute(primitive, "count", kNone);
+        if (!declared) return fail(primitive, "its count is malformed");
+        const pugi::xml_node list = primitive.child("p");
+        const std::size_t declaredCorners =
+            *declared == kNone ? 0 : std::size_t(*declared) * (kind == PrimitiveKind::triangles ? 3 : 4);
+        if (!readIndices(list, declaredCorners * stride)) return false;
         const std::size_t corners = p.size() / stride;
         builder.reserve(corners, positions->count);
-        const auto declared = unsignedAttribute(primitive, "count", kNone);
-        if (!declared) return false;
-        if (triangles) {
-            const std::size_t count = std::min<std::size_t>(corners / 3, *declared);
+        if (kind == PrimitiveKind::triangles) {
+            std::size_t count = corners / 3;
+            if (*declared != kNone && *declared != count) {
+                warn(primitive, tag(primitive) + " count=\"" + std::to_string(*declared) + "\" but <p> holds " +
+                                    std::to_string(count) + " triangles; " + std::to_string(std::min<std::size_t>(count, *declared)) +
+                                    " read");
+                count = std::min<std::size_t>(count, *declared);
+            }
             for (std::size_t t = 0; t < count; ++t)
-                if (!addPolygon(t * 3, 3)) return false;
+                if (!addTriangle(t * 3, t * 3 + 1, t * 3 + 2)) return false;
             return true;
         }
         std::vector<std::uint32_t> vcount;
-        if (!parseIndices(primitive.child("vcount").child_value(), vcount)) return false;
+        {
+            std::string why;
+            if (!parseIndices(primitive.child("vcount").child_value(), vcount, 0, &why))
+                return fail(primitive.child("vcount"), "<vcount>: " + why);
+        }
+        if (*declared != kNone && *declared != vcount.size())
+            warn(primitive, tag(primitive) + " count=\"" + std::to_string(*declared) + "\" but <vcount> lists " +
+                                std::to_string(vcount.size()) + " polygons; all of them read");
         std::size_t first = 0;
         for (const std::uint32_t n : vcount) {
-            if (n > corners - first) return false;
-            if (!addPolygon(first, n)) return false;
+            if (n > corners - first)
+                return fail(primitive, "<vcount> lists more corners than <p> holds (" + std::to_string(corners) + ")");
+            const std::size_t size = n;
+            if (!addPolygon(first, std::span<const std::size_t>(&size, 1))) return false;
             first += n;
         }
         return true;
@@ -652,59 +868,103 @@ private:
     pugi::xml_node root_;
     std::filesystem::path baseFolder_;
     std::shared_ptr<CallLog> log_;
+    Notes& notes_;
+    Matrix conversion_;
     std::unordered_map<std::string_view, pugi::xml_node> ids_;
     std::unordered_map<std::string_view, std::vector<float>> arrays_;
     std::unordered_map<std::string_view, Accessor> accessors_[2];
     std::unordered_map<std::string_view, std::shared_ptr<MemoryMaterial>> materials_;
+    std::unordered_set<const void*> onPath_;
     std::vector<std::uint32_t> indexScratch_;
+    std::vector<PolygonTriangulator::Point> points_;
+    std::vector<std::uint32_t> triangles_;
+    PolygonTriangulator triangulator_;
+    Problem problem_;
     std::size_t nodeCount_ = 0;
     bool failed_ = false;
 };
 
+/// Reads a parsed document; what there is to say goes to `notes`.
 std::shared_ptr<MemoryScene> readDocument(pugi::xml_document& document, const pugi::xml_parse_result& parsed,
-                                          const std::filesystem::path& baseFolder, std::shared_ptr<CallLog> log) {
-    if (!parsed) return nullptr;
+                                          const std::filesystem::path& baseFolder, std::shared_ptr<CallLog> log, Notes& notes) {
+    if (!parsed) {
+        notes.error = Notes::Note{parsed.offset, std::string("not well-formed XML: ") + parsed.description()};
+        return nullptr;
+    }
     const pugi::xml_node root = document.document_element();
-    if (std::strcmp(root.name(), "COLLADA") != 0) return nullptr;
-    Reader reader(root, baseFolder, std::move(log));
+    if (std::strcmp(root.name(), "COLLADA") != 0) {
+        notes.error = Notes::Note{root ? root.offset_debug() : 0,
+                                  root ? "not a COLLADA document: its root element is " + tag(root) : "not a COLLADA document"};
+        return nullptr;
+    }
+    Reader reader(root, baseFolder, std::move(log), notes);
     return reader.read();
+}
+
+/// Fills `report` from `notes`, with lines counted in the document's text.
+void fillReport(ModelReport& report, const Notes& notes, const LineIndex& lines) {
+    if (notes.error) report.error = ModelDiagnostic{lines.line(notes.error->offset), notes.error->message};
+    for (const auto& warning : notes.warnings) report.warnings.push_back({lines.line(warning.offset), warning.message});
+    report.unlistedWarnings = notes.unlisted;
+    for (const auto& [node, offset] : notes.nodes) report.nodeLines.emplace(node, lines.line(offset));
+}
+
+std::shared_ptr<MemoryScene> refuseFile(ModelReport* report, std::string message) {
+    if (report) report->error = ModelDiagnostic{0, std::move(message)};
+    return nullptr;
 }
 
 } // namespace
 
-std::shared_ptr<MemoryScene> loadColladaFile(const std::filesystem::path& file, std::shared_ptr<CallLog> log) {
+std::shared_ptr<MemoryScene> loadColladaFile(const std::filesystem::path& file, std::shared_ptr<CallLog> log,
+                                             ModelReport* report) {
+    if (report) *report = {};
     // Plain descriptor calls: one path lookup per file, as model loading is mostly small files.
     const int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) return nullptr;
+    if (fd < 0) return refuseFile(report, std::string("cannot open the file: ") + std::strerror(errno));
     struct Closer {
         int fd;
         ~Closer() { ::close(fd); }
     } closer{fd};
     struct stat info {};
-    if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode) || info.st_size < 0 ||
-        static_cast<std::uintmax_t>(info.st_size) > kMaxFileBytes)
-        return nullptr;
+    if (::fstat(fd, &info) != 0) return refuseFile(report, std::string("cannot read the file: ") + std::strerror(errno));
+    if (!S_ISREG(info.st_mode)) return refuseFile(report, "not a regular file");
+    if (info.st_size < 0 || static_cast<std::uintmax_t>(info.st_size) > kMaxFileBytes)
+        return refuseFile(report, "the file is larger than " + std::to_string(kMaxFileBytes >> 20) + " MB");
     const auto size = static_cast<std::size_t>(info.st_size);
     auto bytes = std::make_unique_for_overwrite<char[]>(size + 1);
     std::size_t filled = 0;
     while (filled < size) {
         const ssize_t got = ::read(fd, bytes.get() + filled, size - filled);
         if (got < 0 && errno == EINTR) continue;
-        if (got <= 0) return nullptr;  // error, or the file shrank under us
+        if (got < 0) return refuseFile(report, std::string("cannot read the file: ") + std::strerror(errno));
+        if (got == 0) return refuseFile(report, "the file shrank while it was read");
         filled += static_cast<std::size_t>(got);
     }
-    // The buffer is ours, so parse it in place without a copy.
+    // Parsing in place changes the text, so lines are found beforehand, and only when asked for.
+    std::optional<LineIndex> lines;
+    if (report) lines.emplace(std::string_view(bytes.get(), size));
+    Notes notes;
+    notes.wantNodes = report != nullptr;
     pugi::xml_document document;
     const auto parsed = document.load_buffer_inplace(bytes.get(), size);
-    return readDocument(document, parsed, file.parent_path(), std::move(log));
+    auto scene = readDocument(document, parsed, file.parent_path(), std::move(log), notes);
+    if (report) fillReport(*report, notes, *lines);
+    return scene;
 }
 
 std::shared_ptr<MemoryScene> loadColladaBytes(std::string_view bytes, const std::filesystem::path& baseFolder,
-                                              std::shared_ptr<CallLog> log) {
-    if (bytes.size() > kMaxFileBytes) return nullptr;
+                                              std::shared_ptr<CallLog> log, ModelReport* report) {
+    if (report) *report = {};
+    if (bytes.size() > kMaxFileBytes)
+        return refuseFile(report, "the model is larger than " + std::to_string(kMaxFileBytes >> 20) + " MB");
+    Notes notes;
+    notes.wantNodes = report != nullptr;
     pugi::xml_document document;
     const auto parsed = document.load_buffer(bytes.data(), bytes.size());
-    return readDocument(document, parsed, baseFolder, std::move(log));
+    auto scene = readDocument(document, parsed, baseFolder, std::move(log), notes);
+    if (report) fillReport(*report, notes, LineIndex(bytes));
+    return scene;
 }
 
 } // namespace orrery::memory

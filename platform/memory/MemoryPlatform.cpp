@@ -444,8 +444,13 @@ std::shared_ptr<SCNScene> MemoryPlatform::sceneNamed(const std::string& path) {
     std::shared_ptr<MemoryScene> scene;
     if (auto prepared = preparedScenes.find(path); prepared != preparedScenes.end())
         scene = prepared->second ? prepared->second() : nullptr;
-    else
+    else if (!modelReportObserver)
         scene = loadColladaFile(assetParent / path, log);
+    else {
+        ModelReport report;
+        scene = loadColladaFile(assetParent / path, log, &report);
+        modelReportObserver(assetParent / path, report, scene.get());
+    }
     if (scene) scene->adoptLog(log);
     return scene;
 }

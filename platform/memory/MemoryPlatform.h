@@ -8,6 +8,7 @@
 
 #include "platform/Platform.h"
 #include "platform/memory/CallLog.h"
+#include "platform/memory/ColladaLoader.h"
 #include "platform/memory/MemoryScene.h"
 
 #include <deque>
@@ -278,6 +279,9 @@ public:
     std::filesystem::path assetParent;
     /// Scenes served by path before the asset folder is consulted.
     std::map<std::string, SceneFactory> preparedScenes;
+    /// Told what the loader said of each model file read from the asset folder, with the
+    /// scene (null when refused). The platform itself stays silent, as on the device.
+    std::function<void(const std::filesystem::path&, const ModelReport&, const MemoryScene*)> modelReportObserver;
     /// Font names that fontWithNameSize finds.
     std::set<std::string> availableFonts{"Optima", "Helvetica", "Courier"};
     std::deque<std::function<void()>> mainQueue;

@@ -366,13 +366,64 @@ TEST_F(OrrerySimTest, CommandLine) {
     EXPECT_EQ(lines[1]["selectedBody"], 3);
 }
 
-TEST_F(OrrerySimTest, MissingModelStopsAbnormally) {
+TEST_F(OrrerySimTest, MissingModelStopsAbnormallyAfterOneLine) {
     TempDir dir;
     fs::create_directories(dir.path / "art.scnassets");
     SimRun run = runSim({"--assets", (dir.path / "art.scnassets").string(), "-"}, "dump\n");
     EXPECT_FALSE(run.exited);
     EXPECT_TRUE(run.out.empty());
-    EXPECT_EQ(run.err.find("orrery-sim:"), std::string::npos);
+    EXPECT_EQ(run.err, "orrery-sim: " + (dir.path / "art.scnassets/Stars/Stars.dae").string() +
+                           ": cannot open the file: No such file or directory\n");
+}
+
+TEST_F(OrrerySimTest, NamesTheLineOfAModelItCannotLoadOrLoadsInPart) {
+    // The shipped models, with the Earth's replaced.
+    TempDir dir;
+    const fs::path assets = dir.path / "art.scnassets", shipped = fs::path(ORRERY_SOURCE_DIR) / "art.scnassets";
+    fs::create_directories(assets / "Earth");
+    for (const auto& entry : fs::directory_iterator(shipped))
+        if (entry.path().filename() != "Earth") fs::create_directory_symlink(entry.path(), assets / entry.path().filename());
+    for (const auto& entry : fs::directory_iterator(shipped / "Earth"))
+        if (entry.path().filename() != "Earth.dae") fs::create_symlink(entry.path(), assets / "Earth" / entry.path().filename());
+    const std::string earth = slurp(shipped / "Earth/Earth.dae");
+    const std::size_t p = earth.find("<p>");
+    ASSERT_NE(p, std::string::npos);
+    const auto triangles = std::ptrdiff_t(earth.find("<triangles"));
+    const std::string line = std::to_string(1 + std::count(earth.begin(), earth.begin() + triangles, '\n'));
+    const std::string file = (assets / "Earth/Earth.dae").string();
+
+    std::ofstream(file, std::ios::binary) << std::string(earth).insert(p + 3, "99999 ");
+    SimRun partial = runSim({"--assets", assets.string(), "-"}, "dump\n");
+    EXPECT_EQ(partial.status, 0) << partial.err;
+    EXPECT_TRUE(partial.err.starts_with("orrery-sim: " + file + ":" + line + ": warning: <triangles> left out: position index 99999 past the"))
+        << partial.err;
+    EXPECT_EQ(std::count(partial.err.begin(), partial.err.end(), '\n'), 1) << partial.err;
+    EXPECT_EQ((*findNode(partial.lines().at(0)["scene"], "EarthMesh"))["geometry"]["triangles"], 0);
+
+    std::ofstream(file, std::ios::binary) << earth.substr(0, p);
+    SimRun refused = runSim({"--assets", assets.string(), "-"}, "dump\n");
+    EXPECT_FALSE(refused.exited);
+    EXPECT_TRUE(refused.err.starts_with("orrery-sim: " + file + ":")) << refused.err;
+    EXPECT_NE(refused.err.find(": not well-formed XML: "), std::string::npos) << refused.err;
+    EXPECT_EQ(std::count(refused.err.begin(), refused.err.end(), '\n'), 1) << refused.err;
+
+    SimRun check = runSim({"--check-model", file, (shipped / "Mars/Mars.dae").string()});
+    EXPECT_EQ(check.status, 2);
+    EXPECT_NE(check.out.find(file + ": refused\n"), std::string::npos) << check.out;
+    EXPECT_NE(check.out.find("Mars.dae: loads\n"), std::string::npos) << check.out;
+    EXPECT_NE(check.out.find("node \"MarsMesh\" line "), std::string::npos) << check.out;
+    EXPECT_NE(check.out.find("mesh: 960 triangles"), std::string::npos) << check.out;
+    EXPECT_EQ(runSim({"--check-model", (shipped / "Mars/Mars.dae").string()}).status, 0);
+
+    // A node named like one of the app's own loads, with a warning.
+    std::string named = earth;
+    const std::size_t node = named.find("name=\"EarthMesh\"", named.find("<node"));
+    named.replace(node, 16, "name=\"planetData\"");
+    std::ofstream(file, std::ios::binary) << named;
+    SimRun label = runSim({"--check-model", file});
+    EXPECT_EQ(label.status, 0);
+    EXPECT_NE(label.out.find(file + ": loads with warnings\n"), std::string::npos) << label.out;
+    EXPECT_NE(label.err.find(": warning: node \"planetData\" has the info label's name\n"), std::string::npos) << label.err;
 }
 
 TEST_F(OrrerySimTest, DemoRunsToTheEndWithNarration) {

@@ -1,0 +1,122 @@
+#include "platform/memory/PolygonTriangulator.h"
+
+#include <GL/glu.h>
+
+#include <cstdint>
+
+namespace orrery::memory {
+
+namespace {
+
+using Point = PolygonTriangulator::Point;
+
+/// The outline's normal by Newell's method: the sum of the cross products of its edges.
+Point newellNormal(std::span<const Point> outline) {
+    Point n{0, 0, 0};
+    for (std::size_t i = 0; i < outline.size(); ++i) {
+        const Point& a = outline[i];
+        const Point& b = outline[(i + 1) % outline.size()];
+        n[0] += (a[1] - b[1]) * (a[2] + b[2]);
+        n[1] += (a[2] - b[2]) * (a[0] + b[0]);
+        n[2] += (a[0] - b[0]) * (a[1] + b[1]);
+    }
+    return n;
+}
+
+/// What the tessellator's callbacks fill in.
+struct Output {
+    std::vector<std::uint32_t>* triangles;
+    std::size_t before;
+    bool failed = false;
+};
+
+void onVertex(void* vertex, void* data) {
+    auto& out = *static_cast<Output*>(data);
+    out.triangles->push_back(static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(vertex) - 1));
+}
+
+void onEdgeFlag(GLboolean, void*) {}  // registered so that the tessellator emits plain triangles only
+
+void onCombine(GLdouble[3], void* sources[4], GLfloat weights[4], void** result, void*) {
+    // A crossing point: the nearest existing corner stands in, so that no new vertex is needed.
+    int best = 0;
+    for (int i = 1; i < 4; ++i)
+        if (sources[i] && weights[i] > weights[best]) best = i;
+    *result = sources[best];
+}
+
+void onError(GLenum, void* data) { static_cast<Output*>(data)->failed = true; }
+
+void fan(std::size_t corners, std::vector<std::uint32_t>& triangles) {
+    for (std::size_t k = 1; k + 1 < corners; ++k) {
+        triangles.push_back(0);
+        triangles.push_back(static_cast<std::uint32_t>(k));
+        triangles.push_back(static_cast<std::uint32_t>(k + 1));
+    }
+}
+
+} // namespace
+
+PolygonTriangulator::~PolygonTriangulator() {
+    if (tessellator_) gluDeleteTess(tessellator_);
+}
+
+bool PolygonTriangulator::isConvex(std::span<const Point> outline) {
+    const Point n = newellNormal(outline);
+    const std::size_t count = outline.size();
+    for (std::size_t i = 0; i < count; ++i) {
+        const Point& a = outline[(i + count - 1) % count];
+        const Point& b = outline[i];
+        const Point& c = outline[(i + 1) % count];
+        const Point u{b[0] - a[0], b[1] - a[1], b[2] - a[2]}, v{c[0] - b[0], c[1] - b[1], c[2] - b[2]};
+        const double turn = n[0] * (u[1] * v[2] - u[2] * v[1]) + n[1] * (u[2] * v[0] - u[0] * v[2]) +
+                            n[2] * (u[0] * v[1] - u[1] * v[0]);
+        if (turn < 0) return false;
+    }
+    return true;
+}
+
+void PolygonTriangulator::triangulate(std::span<const Point> points, std::span<const std::size_t> contourSizes,
+                                      std::vector<std::uint32_t>& triangles) {
+    if (contourSizes.empty()) return;
+    const std::size_t outlineSize = contourSizes[0];
+    if (contourSizes.size() == 1 && (outlineSize <= 3 || isConvex(points.first(outlineSize)))) {
+        fan(outlineSize, triangles);
+        return;
+    }
+    if (!tessellator_) {
+        tessellator_ = gluNewTess();
+        if (!tessellator_) {
+            fan(outlineSize, triangles);
+            return;
+        }
+        using Callback = void (*)();
+        gluTessCallback(tessellator_, GLU_TESS_VERTEX_DATA, reinterpret_cast<Callback>(&onVertex));
+        gluTessCallback(tessellator_, GLU_TESS_EDGE_FLAG_DATA, reinterpret_cast<Callback>(&onEdgeFlag));
+        gluTessCallback(tessellator_, GLU_TESS_COMBINE_DATA, reinterpret_cast<Callback>(&onCombine));
+        gluTessCallback(tessellator_, GLU_TESS_ERROR_DATA, reinterpret_cast<Callback>(&onError));
+        gluTessProperty(tessellator_, GLU_TESS_WINDING_RULE, GLU_TESS_WINDING_ODD);
+    }
+    const Point n = newellNormal(points.first(outlineSize));
+    gluTessNormal(tessellator_, n[0], n[1], n[2]);
+    Output out{&triangles, triangles.size()};
+    // GLU keeps pointers to the coordinates until the polygon ends; `points` outlives the call.
+    gluTessBeginPolygon(tessellator_, &out);
+    std::size_t first = 0;
+    for (const std::size_t size : contourSizes) {
+        gluTessBeginContour(tessellator_);
+        for (std::size_t i = first; i < first + size; ++i)
+            gluTessVertex(tessellator_, const_cast<GLdouble*>(points[i].data()),
+                          reinterpret_cast<void*>(static_cast<std::uintptr_t>(i) + 1));  // never null
+        gluTessEndContour(tessellator_);
+        first += size;
+    }
+    gluTessEndPolygon(tessellator_);
+    if (out.failed || (triangles.size() - out.before) % 3 != 0 || triangles.size() == out.before) {
+        // Nothing usable (a degenerate or broken outline): fall back to the outline's fan.
+        triangles.resize(out.before);
+        fan(outlineSize, triangles);
+    }
+}
+
+} // namespace orrery::memory

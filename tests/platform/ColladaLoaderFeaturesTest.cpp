@@ -1,0 +1,273 @@
+// What modelling tools export: one small hand-written document per feature and per failure
+// mode, with the nodes, triangle counts, transforms or messages the loader must give.
+
+#include "platform/memory/ColladaLoader.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <optional>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace orrery::memory {
+namespace {
+
+/// A COLLADA document, one element a line so that messages can name lines.
+std::string document(const std::string& libraries, const std::string& nodes, const std::string& asset = "") {
+    return R"(<?xml version="1.0"?>
+<COLLADA xmlns="http://www.collada.org/2005/11/COLLADASchema" version="1.4.1">
+<asset>)" + asset + R"(</asset>
+)" + libraries + R"(
+<library_visual_scenes><visual_scene id="vs">
+)" + nodes + R"(
+</visual_scene></library_visual_scenes>
+<scene><instance_visual_scene url="#vs"/></scene>
+</COLLADA>)";
+}
+
+constexpr const char* kSquare = "0 0 0 1 0 0 1 1 0 0 1 0";  // the unit square, counter-clockwise seen from +z
+
+/// <library_geometries> with one mesh "g" over `positions` (params X Y Z unless given), holding `primitives`.
+std::string geometry(const std::string& primitives, const std::string& positions = kSquare,
+                     const std::string& params = R"(<param name="X" type="float"/><param name="Y" type="float"/><param name="Z" type="float"/>)",
+                     int stride = 3) {
+    std::size_t count = 0;
+    for (std::size_t at = positions.find_first_not_of(' '); at != std::string::npos;
+         at = positions.find_first_not_of(' ', positions.find(' ', at)))
+        ++count;
+    return R"(<library_geometries><geometry id="g"><mesh>
+<source id="pos"><float_array id="pos-a" count=")" + std::to_string(count) + R"(">)" + positions + R"(</float_array>
+<technique_common><accessor source="#pos-a" count=")" + std::to_string(count / stride) + R"(" stride=")" +
+           std::to_string(stride) + R"(">)" + params + R"(</accessor></technique_common></source>
+<vertices id="v"><input semantic="POSITION" source="#pos"/></vertices>
+)" + primitives + R"(
+</mesh></geometry></library_geometries>)";
+}
+
+std::string primitive(const std::string& kind, const std::string& body, const std::string& count = "1") {
+    return "<" + kind + " count=\"" + count + "\"><input semantic=\"VERTEX\" source=\"#v\" offset=\"0\"/>" + body + "</" + kind + ">";
+}
+
+const std::string kMeshNode = R"(<node name="M"><instance_geometry url="#g"/></node>)";
+
+std::shared_ptr<MemoryMeshGeometry> meshOf(const MemoryNode& node) {
+    return std::dynamic_pointer_cast<MemoryMeshGeometry>(node.nodeGeometry);
+}
+
+/// "name:triangles" for every mesh-carrying node, depth first ("?" for an unnamed node).
+std::vector<std::string> meshSummary(const MemoryNode& node) {
+    std::vector<std::string> out;
+    std::function<void(const MemoryNode&)> walk = [&](const MemoryNode& n) {
+        if (const auto mesh = meshOf(n)) out.push_back(n.nodeName.value_or("?") + ":" + std::to_string(mesh->indices.size() / 3));
+        for (const auto& child : n.children()) walk(*child);
+    };
+    walk(node);
+    return out;
+}
+
+/// The line of the first occurrence of `marker` in `text`.
+std::size_t lineOf(const std::string& text, const std::string& marker) {
+    const std::size_t at = text.find(marker);
+    EXPECT_NE(at, std::string::npos) << marker;
+    return 1 + static_cast<std::size_t>(std::count(text.begin(), text.begin() + static_cast<std::ptrdiff_t>(at), '\n'));
+}
+
+struct Expected {
+    std::string marker;   ///< text on the line the message names
+    std::string message;  ///< part of the message
+};
+
+struct Case {
+    const char* what;
+    std::string document;
+    std::vector<std::string> meshes;  ///< meshSummary when the file loads
+    std::vector<Expected> warnings;   ///< in order
+    std::optional<Expected> error;    ///< set when the file is refused
+};
+
+std::string nested(int depth) {
+    std::string open, close;
+    for (int i = 0; i < depth; ++i) open += "<node>", close += "</node>";
+    return "<node name=\"top\">" + open + "\n" + close + "</node>";
+}
+
+TEST(ColladaLoaderFiles, EachFeatureAndFailureMode) {
+    const std::string triangles = primitive("triangles", "<p>0 1 2 0 2 3</p>", "2");
+    const std::string broken = primitive("triangles", "<p>0 1 9</p>");
+    std::string doubling = "<library_nodes><node id=\"n0\"/>";
+    for (int i = 1; i <= 20; ++i)
+        doubling += "<node id=\"n" + std::to_string(i) + "\"><instance_node url=\"#n" + std::to_string(i - 1) +
+                    "\"/><instance_node url=\"#n" + std::to_string(i - 1) + "\"/></node>";
+    doubling += "</library_nodes>";
+
+    const std::vector<Case> cases{
+        // Features.
+        {"triangle strip", document(geometry(primitive("tristrips", "<p>0 1 3 2</p>")), kMeshNode), {"M:2"}, {}, {}},
+        {"triangle fan", document(geometry(primitive("trifans", "<p>0 1 2 3</p>")), kMeshNode), {"M:2"}, {}, {}},
+        {"concave outline", document(geometry(primitive("polylist", "<vcount>6</vcount><p>0 1 2 3 4 5</p>"),
+                                              "0 0 0 2 0 0 2 1 0 1 1 0 1 2 0 0 2 0"), kMeshNode), {"M:4"}, {}, {}},
+        {"outline with a hole", document(geometry(primitive("polygons", "<ph><p>0 1 2 3</p><h>4 5 6 7</h></ph><p>0 1 2</p>"),
+                                                  "0 0 0 3 0 0 3 3 0 0 3 0 1 1 0 2 1 0 2 2 0 1 2 0"), kMeshNode),
+         {"M:9"}, {}, {}},
+        {"2-D positions", document(geometry(triangles, "0 0 1 0 1 1 0 1", R"(<param name="X" type="float"/><param name="Y" type="float"/>)", 2),
+                                   kMeshNode), {"M:2"}, {}, {}},
+        {"empty mesh", document(R"(<library_geometries><geometry id="g"><mesh>
+<source id="pos"><float_array id="pos-a" count="0"></float_array><technique_common><accessor source="#pos-a" count="0" stride="0"/></technique_common></source>
+<vertices id="v"><input semantic="POSITION" source="#pos"/></vertices>
+<triangles count="0"><input semantic="VERTEX" source="#v" offset="0"/></triangles>
+</mesh></geometry></library_geometries>)", kMeshNode), {"M:0"}, {}, {}},
+        {"skin in its bind pose", document(geometry(triangles) + R"(
+<library_controllers><controller id="skin"><skin source="#g"><bind_shape_matrix>1 0 0 0 0 1 0 0 0 0 1 5 0 0 0 1</bind_shape_matrix></skin></controller></library_controllers>)",
+                                           R"(<node name="S"><instance_controller url="#skin"/></node>)"), {"S:2"}, {}, {}},
+        {"skin of a morph", document(geometry(triangles) + R"(
+<library_controllers><controller id="morph"><morph source="#g"/></controller>
+<controller id="skin"><skin source="#morph"/></controller></library_controllers>)",
+                                     R"(<node name="S"><instance_controller url="#skin"/></node>)"), {"S:2"}, {}, {}},
+        {"nesting as deep as tools go", document(geometry(triangles), nested(1000)), {}, {}, {}},
+        {"several primitives, one left out", document(geometry(triangles + "\n" + broken + "\n" + triangles), kMeshNode),
+         {"M:4"}, {{"<p>0 1 9</p>", "<triangles> left out: position index 9 past the 4 positions"}}, {}},
+        // Parts left out, with a warning each.
+        {"decimal comma", document(geometry(triangles, "0 0 0 1 0 0 1 1 0 0 0,5 0"), kMeshNode), {"M:0"},
+         {{"<float_array", "<triangles> left out: <float_array> \"pos-a\": \"0,5\" is not a finite 32-bit number"}}, {}},
+        {"lines", document(geometry(primitive("lines", "<p>0 1</p>")), kMeshNode), {"M:0"},
+         {{"<lines", "<lines> left out: lines are not surfaces"}}, {}},
+        {"geometry in another file", document(geometry(triangles), R"(<node name="M"><instance_geometry url="parts.dae#g"/></node>)"),
+         {}, {{"parts.dae", "<instance_geometry> \"parts.dae#g\" refers to another file; left out"}}, {}},
+        {"dangling reference", document(geometry(triangles), R"(<node name="M"><instance_geometry url="#nothing"/></node>)"),
+         {}, {{"#nothing", "names no <geometry> of this file"}}, {}},
+        {"a node that contains itself", document(geometry(triangles), R"(<node id="loop" name="L"><instance_node url="#loop"/></node>)"),
+         {}, {{"<instance_node", "instance_node \"#loop\" instantiates a node that contains it; left out"}}, {}},
+        {"a spline", document(R"(<library_geometries><geometry id="g"><spline/></geometry></library_geometries>)", kMeshNode),
+         {}, {{"<geometry", "geometry \"g\" is a <spline>, not a mesh; left out"}}, {}},
+        {"unreadable transform", document(geometry(triangles), R"(<node name="T"><translate>1 2</translate></node>)"), {},
+         {{"<translate", "<translate> of node \"T\" left out: 3 numbers expected, 2 found"}}, {}},
+        {"a count the list does not hold", document(geometry(primitive("triangles", "<p>0 1 2</p>", "2")), kMeshNode), {"M:1"},
+         {{"<triangles", "<triangles> count=\"2\" but <p> holds 1 triangles; 1 read"}}, {}},
+        {"unreadable normals", document(geometry(R"(<source id="n"><float_array id="n-a" count="2">0 1</float_array><technique_common><accessor source="#n-a" count="1" stride="2"/></technique_common></source>
+)" + primitive("triangles", R"(<input semantic="NORMAL" source="#n" offset="0"/><p>0 1 2</p>)")), kMeshNode),
+         {"M:1"}, {{"<accessor source=\"#n-a\"", "normals of <triangles> left out: the <accessor> of \"n\" has 2 components, 3 needed"}}, {}},
+        // Refused files.
+        {"not XML", "<COLLADA>\n<asset>\n</COLLADA>", {}, {}, Expected{"</COLLADA>", "not well-formed XML: Start-end tags mismatch"}},
+        {"not COLLADA", "<?xml version=\"1.0\"?>\n<svg/>", {}, {}, Expected{"<svg", "not a COLLADA document: its root element is <svg>"}},
+        {"no visual scene", "<COLLADA>\n<library_geometries/>\n</COLLADA>", {}, {}, Expected{"<COLLADA", "no visual scene to show"}},
+        {"a transform beyond 32-bit floats",
+         document(geometry(triangles), "<node name=\"Big\">\n<matrix>3e38 0 0 0 3e38 1 0 0 0 0 1 0 0 0 0 1</matrix></node>"), {}, {},
+         Expected{"<node name=\"Big\"", "the transform of node \"Big\" does not fit in 32-bit floats"}},
+        {"nested too deep", document(geometry(triangles), nested(1024)), {}, {}, Expected{"<node name=\"top\">", "nodes nested more than 1024 deep"}},
+        {"too many nodes", document(geometry(triangles) + doubling, "<node>\n<instance_node url=\"#n20\"/><instance_node url=\"#n20\"/></node>"),
+         {}, {}, Expected{"n20", "more than 100000 nodes"}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        ModelReport report;
+        const auto scene = loadColladaBytes(c.document, "/", nullptr, &report);
+        ASSERT_EQ(scene == nullptr, c.error.has_value()) << (report.error ? report.error->message : "no error");
+        if (c.error) {
+            ASSERT_TRUE(report.error.has_value());
+            EXPECT_EQ(report.error->line, lineOf(c.document, c.error->marker));
+            EXPECT_NE(report.error->message.find(c.error->message), std::string::npos) << report.error->message;
+            continue;
+        }
+        EXPECT_FALSE(report.error.has_value());
+        EXPECT_EQ(meshSummary(*scene->root()), c.meshes);
+        ASSERT_EQ(report.warnings.size(), c.warnings.size()) << (report.warnings.empty() ? "" : report.warnings[0].message);
+        for (std::size_t i = 0; i < c.warnings.size(); ++i) {
+            EXPECT_EQ(report.warnings[i].line, lineOf(c.document, c.warnings[i].marker)) << report.warnings[i].message;
+            EXPECT_NE(report.warnings[i].message.find(c.warnings[i].message), std::string::npos) << report.warnings[i].message;
+        }
+    }
+    ModelReport missing;
+    EXPECT_EQ(loadColladaFile("/nonexistent/Model.dae", nullptr, &missing), nullptr);
+    ASSERT_TRUE(missing.error.has_value());
+    EXPECT_EQ(missing.error->line, 0u);
+    EXPECT_EQ(missing.error->message, "cannot open the file: No such file or directory");
+}
+
+SCNVector3 apply(const simd_float4x4& m, SCNVector3 p) {
+    const auto& c = m.columns;
+    return {c[0][0] * p.x + c[1][0] * p.y + c[2][0] * p.z + c[3][0], c[0][1] * p.x + c[1][1] * p.y + c[2][1] * p.z + c[3][1],
+            c[0][2] * p.x + c[1][2] * p.y + c[2][2] * p.z + c[3][2]};
+}
+
+/// The world position of `local` in the first node named `name`: its mesh or contents node.
+SCNVector3 placed(const MemoryScene& scene, const std::string& name, SCNVector3 local) {
+    auto node = scene.root()->findNamed(name);
+    EXPECT_NE(node, nullptr) << name;
+    if (!node) return {};
+    // A sheared node's contents hang under an unnamed inner node.
+    if (!node->children().empty() && !node->children()[0]->nodeName) node = node->children()[0];
+    return apply(node->worldTransform(), local);
+}
+
+TEST(ColladaLoaderFiles, TransformsAxesAndUnits) {
+    struct Placement {
+        const char* what;
+        std::string asset, transform;
+        SCNVector3 local, world;
+    };
+    const std::vector<Placement> placements{
+        {"Z up", "<up_axis>Z_UP</up_axis>", "<translate>1 2 3</translate>", {0, 0, 1}, {1, 4, -2}},
+        {"X up", "<up_axis>X_UP</up_axis>", "", {1, 2, 3}, {-2, 1, 3}},
+        {"centimetres", R"(<unit name="centimeter" meter="0.01"/>)", "<translate>100 0 0</translate>", {0, 100, 0}, {1, 1, 0}},
+        {"look at", "", "<lookat>1 0 0  2 0 0  0 1 0</lookat>", {0, 0, -1}, {2, 0, 0}},
+        {"skew", "", "<skew>45 0 1 0 1 0 0</skew>", {0, 2, 0}, {2, 2, 0}},
+        {"skew after a turn", "", "<rotate>0 0 1 90</rotate><skew>45 0 1 0 1 0 0</skew>", {0, 2, 0}, {-2, 2, 0}},
+        {"mirror", "", "<scale>-1 1 1</scale>", {1, 2, 3}, {-1, 2, 3}},
+    };
+    for (const auto& p : placements) {
+        SCOPED_TRACE(p.what);
+        const auto scene = loadColladaBytes(document("", "<node name=\"N\">" + p.transform + "</node>", p.asset), "/");
+        ASSERT_NE(scene, nullptr);
+        const SCNVector3 world = placed(*scene, "N", p.local);
+        EXPECT_NEAR(world.x, p.world.x, 1e-5f);
+        EXPECT_NEAR(world.y, p.world.y, 1e-5f);
+        EXPECT_NEAR(world.z, p.world.z, 1e-5f);
+    }
+}
+
+/// Sum of the triangles' areas seen from +z (negative for clockwise ones).
+double signedArea(const MemoryMeshGeometry& mesh) {
+    double area = 0;
+    for (std::size_t t = 0; t < mesh.indices.size(); t += 3) {
+        const auto& a = mesh.positions[mesh.indices[t]];
+        const auto& b = mesh.positions[mesh.indices[t + 1]];
+        const auto& c = mesh.positions[mesh.indices[t + 2]];
+        area += 0.5 * ((b.x - a.x) * (c.y - a.y) - (c.x - a.x) * (b.y - a.y));
+    }
+    return area;
+}
+
+TEST(ColladaLoaderFiles, TrianglesCoverTheSurfaceOnceFacingTheSameWay) {
+    // Every triangle counter-clockwise from +z, covering the described area exactly once.
+    const std::vector<std::pair<std::string, double>> shapes{
+        {geometry(primitive("tristrips", "<p>0 1 3 2</p>")), 1.0},
+        {geometry(primitive("trifans", "<p>0 1 2 3</p>")), 1.0},
+        {geometry(primitive("polylist", "<vcount>6</vcount><p>0 1 2 3 4 5</p>"), "0 0 0 2 0 0 2 1 0 1 1 0 1 2 0 0 2 0"), 3.0},
+        {geometry(primitive("polygons", "<ph><p>0 1 2 3</p><h>4 5 6 7</h></ph>"), "0 0 0 3 0 0 3 3 0 0 3 0 1 1 0 2 1 0 2 2 0 1 2 0"), 8.0},
+    };
+    for (const auto& [library, area] : shapes) {
+        const auto scene = loadColladaBytes(document(library, kMeshNode), "/");
+        ASSERT_NE(scene, nullptr);
+        const auto mesh = meshOf(*scene->root()->children().at(0));
+        ASSERT_NE(mesh, nullptr);
+        EXPECT_NEAR(signedArea(*mesh), area, 1e-6) << library;
+        for (std::size_t t = 0; t < mesh->indices.size(); t += 3) {
+            MemoryMeshGeometry one;
+            one.positions = mesh->positions;
+            one.indices = {mesh->indices[t], mesh->indices[t + 1], mesh->indices[t + 2]};
+            EXPECT_GE(signedArea(one), 0.0) << "triangle " << t / 3;
+        }
+    }
+    // The skin's bind-shape matrix moves its mesh.
+    const auto skin = loadColladaBytes(document(geometry(primitive("triangles", "<p>0 1 2</p>")) + R"(
+<library_controllers><controller id="skin"><skin source="#g"><bind_shape_matrix>2 0 0 0 0 2 0 0 0 0 2 5 0 0 0 1</bind_shape_matrix></skin></controller></library_controllers>)",
+                                                R"(<node name="S"><instance_controller url="#skin"/></node>)"), "/");
+    ASSERT_NE(skin, nullptr);
+    EXPECT_EQ(meshOf(*skin->root()->children().at(0))->bounds, (SCNBoundingBox{{0, 0, 5}, {2, 2, 5}}));
+}
+
+} // namespace
+} // namespace orrery::memory
