@@ -50,6 +50,9 @@ TEST(MemoryCallLog, RecordsOperationsWithTargetsAndArguments) {
     EXPECT_EQ(calls[9].op, "openURL:options:completionHandler:");
     EXPECT_EQ(calls[9].args, Json::parse(R"(["https://example.org/guide",{},false])"));
 
+    EXPECT_EQ(platform.log->withOp("setScale:").size(), 1u);
+    EXPECT_EQ(platform.log->withOp("setScale:")[0].target, "Earth");
+
     // What the simulator does by itself is not a platform call.
     platform.view->setScene(scene);
     platform.log->takeNew();
@@ -64,6 +67,10 @@ TEST(MemoryCallLog, RecordsOperationsWithTargetsAndArguments) {
     EXPECT_EQ(later[3].op, "addAnchor:");
     EXPECT_EQ(later[3].args[0][12].get<double>(), 1.0);
     EXPECT_EQ(later[3].args[0][14].get<double>(), 3.0);
+    platform.log->clear();
+    EXPECT_TRUE(platform.log->calls().empty());
+    platform.newScene();
+    EXPECT_EQ(platform.log->takeNew().size(), 1u);
 }
 
 TEST(MemoryServices, TextGeometryKeepsItsSettings) {

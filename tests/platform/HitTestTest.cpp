@@ -109,6 +109,30 @@ TEST_F(MemoryHitTest, OverlapsAreOrderedByWhereTheRayEntersAndBoxesBehindAreNeve
     EXPECT_EQ(hitNodes(centre()), (std::vector<std::shared_ptr<SCNNode>>{longBox, shortBox}));
 }
 
+TEST_F(MemoryHitTest, ProjectionIsTheInverseOfTheRayAndSeesNothingBehind) {
+    auto& camera = platform.view->camera;
+    camera.position = {0.5f, 0.2f, 1};
+    camera.yaw = 0.3f;
+    camera.pitch = -0.2f;
+    const CGPoint point{100, 600};
+    SCNVector3 origin, direction;
+    camera.rayThrough(point, origin, direction);
+    const SCNVector3 ahead{origin.x + 3 * direction.x, origin.y + 3 * direction.y, origin.z + 3 * direction.z};
+    const auto projected = camera.project(ahead);
+    ASSERT_TRUE(projected);
+    EXPECT_NEAR(projected->x, point.x, 1e-3);
+    EXPECT_NEAR(projected->y, point.y, 1e-3);
+    EXPECT_FALSE(camera.project({origin.x - direction.x, origin.y - direction.y, origin.z - direction.z}));
+    EXPECT_TRUE(camera.onScreen({0, 0}) && camera.onScreen({390, 844}));
+    EXPECT_FALSE(camera.onScreen({-0.5, 10}) || camera.onScreen({10, 844.5}) || camera.onScreen({390.5, 10}) ||
+                 camera.onScreen({10, -0.5}));
+    // Only the feature-point type is answered.
+    platform.view->session().runWithConfigurationOptions({}, 0);
+    platform.runFrame();
+    EXPECT_TRUE(platform.view->hitTestTypes({195, 800}, 0).empty());
+    EXPECT_FALSE(platform.view->hitTestTypes({195, 800}, ARHitTestResultTypeFeaturePoint).empty());
+}
+
 TEST_F(MemoryHitTest, YawTurnsLeftAndPitchTiltsUp) {
     auto left = boxNode({-5.2f, -0.2f, -0.2f}, {-4.8f, 0.2f, 0.2f}, "Left");
     auto above = boxNode({-0.2f, 1.8f, -5.2f}, {0.2f, 2.2f, -4.8f}, "Above");

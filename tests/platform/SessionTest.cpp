@@ -70,6 +70,38 @@ TEST(MemorySession, AnchorsAreReportedOnTheNextRunningFrame) {
     EXPECT_EQ(delegate.events.back(), "block 3.000000");
     EXPECT_EQ(view.arSession.anchors.size(), 3u);
     EXPECT_EQ(view.currentScene->root()->children().size(), 3u);
+
+    // Only a run that asks for it drops the anchors and their nodes.
+    session.addAnchor(anchorAt(4));
+    session.runWithConfigurationOptions({}, ARSessionRunOptionRemoveExistingAnchors);
+    platform.runFrame();
+    EXPECT_TRUE(view.arSession.anchors.empty());
+    EXPECT_TRUE(view.anchorNodes.empty());
+    EXPECT_TRUE(view.currentScene->root()->children().empty());
+    EXPECT_EQ(delegate.events.size(), 6u);
+}
+
+TEST(MemorySession, PauseBeforeRunningLeavesTheSessionUnstarted) {
+    MemoryPlatform platform;
+    platform.view->session().pause();
+    EXPECT_EQ(platform.view->arSession.state, SessionState::notStarted);
+}
+
+TEST(MemoryClock, AdvanceRunsWholeFramesThenTheRest) {
+    MemoryPlatform platform;
+    platform.view->setScene(platform.newScene());
+    platform.view->session().runWithConfigurationOptions({}, 0);
+    std::vector<double> frameTimes;
+    for (double seconds : {0.05, 2.5 / 60, 0.0, -1.0}) {
+        platform.advance(seconds);
+        frameTimes.push_back(platform.view->arSession.latestFrame ? platform.view->arSession.latestFrame->timestamp : -1);
+    }
+    EXPECT_NEAR(platform.time, 0.05 + 2.5 / 60, 1e-12);
+    // 0.05 s is three frames, the last starting at 2/60; 2.5 frames are two frames and a half one.
+    EXPECT_NEAR(frameTimes[0], 2.0 / 60, 1e-12);
+    EXPECT_NEAR(frameTimes[1], 0.05 + 2.0 / 60, 1e-12);
+    EXPECT_EQ(frameTimes[2], frameTimes[1]);
+    EXPECT_EQ(frameTimes[3], frameTimes[1]);
 }
 
 TEST(MemorySession, AnchorNodesTakeTheAnchorsWholeTransform) {
