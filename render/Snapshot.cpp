@@ -182,7 +182,8 @@ Image HeadlessRenderer::render(const memory::MemoryPlatform& platform, int width
 
 #if defined(__SANITIZE_ADDRESS__)
 // Mesa's driver and the LLVM it compiles shaders with keep allocations for the life of the
-// process; LeakSanitizer is told to overlook those libraries, and only those.
+// process, as does fontconfig for its configuration; LeakSanitizer is told to overlook those
+// libraries, and only those.
 extern "C" const char* __lsan_default_suppressions() {
     return "leak:libEGL_mesa.so\n"
            "leak:libGLX_mesa.so\n"
@@ -190,7 +191,8 @@ extern "C" const char* __lsan_default_suppressions() {
            "leak:swrast_dri.so\n"
            "leak:kms_swrast_dri.so\n"
            "leak:libgallium\n"
-           "leak:libLLVM\n";
+           "leak:libLLVM\n"
+           "leak:libfontconfig.so\n";
 }
 #endif
 
