@@ -6,6 +6,9 @@
 #include "app/ViewController.h"
 
 #include <gtest/gtest.h>
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/lsan_interface.h>
+#endif
 #include <nlohmann/json.hpp>
 
 #include <cstdlib>
@@ -155,6 +158,10 @@ class SdlEvents : public ::testing::Test {
 protected:
     void SetUp() override {
         setenv("SDL_VIDEODRIVER", "offscreen", 1);
+#if defined(__SANITIZE_ADDRESS__)
+        // What SDL keeps for the life of the process is not this program's to free.
+        __lsan::ScopedDisabler sdlOwnAllocations;
+#endif
         ASSERT_EQ(SDL_Init(SDL_INIT_VIDEO), 0) << SDL_GetError();
         window_ = SDL_CreateWindow("test", 0, 0, 780, 1688, SDL_WINDOW_HIDDEN);
         ASSERT_NE(window_, nullptr) << SDL_GetError();
