@@ -2,6 +2,7 @@
 
 #include "app/ViewController.h"
 
+#include <algorithm>
 #include <set>
 
 namespace orrery::sim {
@@ -9,9 +10,7 @@ namespace orrery::sim {
 namespace {
 
 struct TreeWalk {
-    const std::string& labelName;
     std::set<const memory::MemoryNode*> seen;
-    int labels = 0;
     std::vector<std::string> broken;
 
     static std::string nameOf(const memory::MemoryNode& node) { return node.nodeName.value_or("(unnamed)"); }
@@ -21,7 +20,6 @@ struct TreeWalk {
             broken.push_back("node " + nameOf(*node) + " appears twice in the scene");
             return;  // its subtree was walked the first time
         }
-        if (node->nodeName == labelName) ++labels;
         std::set<std::string> keys;
         for (const auto& running : node->actions())
             if (running.key && !keys.insert(*running.key).second)
@@ -43,15 +41,19 @@ std::vector<std::string> brokenInvariants(Simulator& simulator) {
     if (!scene || !scene->root()) return broken;
     const auto root = scene->root();
     ViewController& controller = simulator.controller();
-    TreeWalk walk{controller.nodeTextName, {}, 0, {}};
+    TreeWalk walk{{}, {}};
     walk.visit(root);
     broken.insert(broken.end(), walk.broken.begin(), walk.broken.end());
 
     if (isTextShown) {
         const auto label = controller.textNode ? memory::asMemory(controller.textNode) : nullptr;
         if (!label || label->parent() != root) broken.push_back("the label does not hang under the scene root");
-        if (walk.labels != 1)
-            broken.push_back(std::to_string(walk.labels) + " nodes carry the label's name " + controller.nodeTextName);
+        // Only the root's own children count: a model may name an inner node like the label, and
+        // such a node always hangs below the model node the app names.
+        const auto labels = std::count_if(root->children().begin(), root->children().end(),
+                                          [&](const auto& child) { return child->nodeName == controller.nodeTextName; });
+        if (labels != 1)
+            broken.push_back(std::to_string(labels) + " children of the root carry the label's name " + controller.nodeTextName);
     }
     return broken;
 }
