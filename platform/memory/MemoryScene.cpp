@@ -335,9 +335,11 @@ void MemoryNode::removeFromParentNode() {
 void MemoryNode::detach() {
     auto parent = parent_.lock();
     if (!parent) return;
+    // The parent may hold the last reference: keep this node alive until it is fully detached.
+    const auto self = shared_from_this();
     SceneIndex* index = parent->top().index_.get();
     const bool animatedInside = index && index->forget(*this);
-    std::erase(parent->children_, shared_from_this());
+    std::erase(parent->children_, self);
     parent_.reset();
     invalidateWorld();
     if (animatedInside) treeIndex().addAnimatedSubtree(*this);
