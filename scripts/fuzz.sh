@@ -30,6 +30,7 @@ for target in "${targets[@]}"; do
   mkdir -p "$dir/corpus/$target"
   echo "fuzz: $target for ${seconds} s" >&2
   ASAN_OPTIONS=detect_leaks=1 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+  LSAN_OPTIONS=suppressions="$root/fuzz/lsan.supp":print_suppressions=0 \
     "$dir/fuzz/orrery-fuzz-$target" "$dir/corpus/$target" "$seeds" -dict="$dict" \
     -max_total_time="$seconds" -timeout=10 -rss_limit_mb=2048 -max_len=65536 -print_final_stats=1 \
     -artifact_prefix="$dir/artifacts/$target-" 2>"$dir/$target.log" || {
