@@ -15,7 +15,7 @@ namespace {
 std::size_t walk(const memory::MemoryNode& node, int depth) {
     fuzz::check(depth < 100000, "the node tree is deeper than the document");
     (void)node.worldTransform();
-    if (const auto* mesh = dynamic_cast<const memory::MemoryMeshGeometry*>(node.nodeGeometry.get())) (void)mesh->bounds;
+    if (const auto* mesh = dynamic_cast<const memory::MemoryMeshGeometry*>(node.nodeGeometry().get())) (void)mesh->bounds;
     std::size_t count = 1;
     for (const auto& child : node.children()) {
         fuzz::check(child->parent().get() == &node, "a child does not name its parent");

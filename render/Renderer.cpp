@@ -268,8 +268,8 @@ struct Renderer::State {
     }
 
     void collect(const MemoryNode& node, const Matrix& viewProjection, const Matrix& view, std::vector<DrawItem>& items) {
-        if (node.nodeGeometry) {
-            if (const GpuMesh* mesh = meshFor(node.nodeGeometry); mesh && mesh->indexCount > 0) {
+        if (node.nodeGeometry()) {
+            if (const GpuMesh* mesh = meshFor(node.nodeGeometry()); mesh && mesh->indexCount > 0) {
                 DrawItem item;
                 item.mesh = mesh;
                 const Matrix world = fromSimd(node.worldTransform());
@@ -277,9 +277,9 @@ struct Renderer::State {
                 const Matrix inView = multiply(view, world);
                 item.viewDepth = -inView[14];
                 std::shared_ptr<memory::MemoryMaterial> material;
-                if (const auto* m = dynamic_cast<const MemoryMeshGeometry*>(node.nodeGeometry.get()))
+                if (const auto* m = dynamic_cast<const MemoryMeshGeometry*>(node.nodeGeometry().get()))
                     material = m->materials.empty() ? nullptr : m->materials.front();
-                else if (const auto* t = dynamic_cast<const MemoryTextGeometry*>(node.nodeGeometry.get()))
+                else if (const auto* t = dynamic_cast<const MemoryTextGeometry*>(node.nodeGeometry().get()))
                     material = t->material;
                 if (material && material->diffuseProperty) {
                     const memory::MaterialContents& contents = material->diffuseProperty->contents;

@@ -50,9 +50,9 @@ void writeTree(std::ostream& out, const memory::MemoryScene& scene, const memory
         out << indent << "node " << (node.nodeName ? "\"" + *node.nodeName + "\"" : std::string("(unnamed)"));
         if (const auto line = report.nodeLines.find(&node); line != report.nodeLines.end())
             out << " line " << line->second;
-        out << ": position " << vector(node.nodePosition) << ", rotation " << vector({node.nodeRotation.x, node.nodeRotation.y, node.nodeRotation.z})
-            << " " << number(node.nodeRotation.w) << " rad, scale " << vector(node.nodeScale) << "\n";
-        const auto* mesh = dynamic_cast<const memory::MemoryMeshGeometry*>(node.nodeGeometry.get());
+        out << ": position " << vector(node.nodePosition()) << ", rotation " << vector({node.nodeRotation().x, node.nodeRotation().y, node.nodeRotation().z})
+            << " " << number(node.nodeRotation().w) << " rad, scale " << vector(node.nodeScale()) << "\n";
+        const auto* mesh = dynamic_cast<const memory::MemoryMeshGeometry*>(node.nodeGeometry().get());
         if (!mesh) return;
         out << indent << "  mesh: " << mesh->indices.size() / 3 << " triangles, " << mesh->positions.size() << " vertices"
             << (mesh->normals.empty() ? "" : ", normals") << (mesh->textureCoordinates.empty() ? "" : ", texture coordinates")

@@ -45,8 +45,8 @@ SCNBoundingBox geometryBounds(const SCNGeometry& geometry) {
 
 /// Bounds of `node`'s subtree geometry in the space that `toReference` maps the node into.
 void addSubtreeBounds(const MemoryNode& node, const simd_float4x4& toReference, Box& box) {
-    if (node.nodeGeometry) {
-        SCNBoundingBox b = geometryBounds(*node.nodeGeometry);
+    if (node.nodeGeometry()) {
+        SCNBoundingBox b = geometryBounds(*node.nodeGeometry());
         for (int corner = 0; corner < 8; ++corner)
             box.add(transformPoint(toReference, {corner & 1 ? b.max.x : b.min.x, corner & 2 ? b.max.y : b.min.y,
                                                  corner & 4 ? b.max.z : b.min.z}));
@@ -55,7 +55,7 @@ void addSubtreeBounds(const MemoryNode& node, const simd_float4x4& toReference, 
 }
 
 std::shared_ptr<MemoryNode> firstWithGeometry(const std::shared_ptr<MemoryNode>& node) {
-    if (node->nodeGeometry) return node;
+    if (node->nodeGeometry()) return node;
     for (const auto& child : node->children())
         if (auto found = firstWithGeometry(child)) return found;
     return nullptr;

@@ -108,15 +108,15 @@ Json geometryJson(const SCNGeometry* geometry) {
 Json nodeJson(const MemoryNode& node) {
     Json out;
     out["name"] = optionalText(node.nodeName);
-    out["position"] = vectorJson(node.nodePosition);
-    out["scale"] = vectorJson(node.nodeScale);
-    out["rotation"] = rotationJson(node.nodeRotation);
+    out["position"] = vectorJson(node.nodePosition());
+    out["scale"] = vectorJson(node.nodeScale());
+    out["rotation"] = rotationJson(node.nodeRotation());
     Json actions = Json::array();
     for (const auto& running : node.actions())
         actions.push_back(Json{{"key", optionalText(running.key)},
                                {"action", running.action ? actionJson(*running.action) : Json(nullptr)}});
     out["actions"] = std::move(actions);
-    out["geometry"] = geometryJson(node.nodeGeometry.get());
+    out["geometry"] = geometryJson(node.nodeGeometry().get());
     Json children = Json::array();
     for (const auto& child : node.children()) children.push_back(nodeJson(*child));
     out["children"] = std::move(children);

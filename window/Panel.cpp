@@ -28,13 +28,13 @@ void nodeTree(const memory::MemoryNode& node, bool open = false) {
     if (!ImGui::TreeNodeEx(static_cast<const void*>(&node), flags, "%s%s", label.c_str(),
                            node.actions().empty() ? "" : "  (running)"))
         return;
-    const auto& p = node.nodePosition;
-    const auto& s = node.nodeScale;
-    const auto& r = node.nodeRotation;
+    const auto& p = node.nodePosition();
+    const auto& s = node.nodeScale();
+    const auto& r = node.nodeRotation();
     ImGui::TextDisabled("position %.3f %.3f %.3f", p.x, p.y, p.z);
     ImGui::TextDisabled("scale %.3f %.3f %.3f", s.x, s.y, s.z);
     ImGui::TextDisabled("rotation %.3f %.3f %.3f  %.4f rad", r.x, r.y, r.z, r.w);
-    if (node.nodeGeometry) ImGui::TextDisabled("geometry %s", sim::geometryJson(node.nodeGeometry.get())["type"].get<std::string>().c_str());
+    if (node.nodeGeometry()) ImGui::TextDisabled("geometry %s", sim::geometryJson(node.nodeGeometry().get())["type"].get<std::string>().c_str());
     for (const auto& action : node.actions())
         ImGui::TextWrapped("action %s: %s", action.key ? action.key->c_str() : "(no key)",
                            sim::actionJson(*action.action).dump().c_str());

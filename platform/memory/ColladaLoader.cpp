@@ -339,7 +339,7 @@ private:
             auto geometry = controller ? buildController(instance) : buildGeometry(instance);
             if (failed_) return nullptr;
             if (!geometry) continue;
-            if (!contents->nodeGeometry) {
+            if (!contents->nodeGeometry()) {
                 contents->assignGeometry(geometry);
             } else {
                 // Further meshes of the same node hang below it, one node each.

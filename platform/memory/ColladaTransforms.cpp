@@ -113,9 +113,9 @@ bool setOrthogonal(MemoryNode& node, const double a[3][3], const double t[3]) {
         matrix.columns[3][r] = static_cast<float>(t[r]);
     }
     node.setTransformMatrix(matrix);
-    if (sign < 0) node.assignScale({-node.nodeScale.x, -node.nodeScale.y, -node.nodeScale.z});
-    const SCNVector3 s = node.nodeScale;
-    const SCNVector4 q = node.nodeRotation;
+    if (sign < 0) node.assignScale({-node.nodeScale().x, -node.nodeScale().y, -node.nodeScale().z});
+    const SCNVector3 s = node.nodeScale();
+    const SCNVector4 q = node.nodeRotation();
     return std::isfinite(s.x) && std::isfinite(s.y) && std::isfinite(s.z) && std::isfinite(q.x) && std::isfinite(q.y) &&
            std::isfinite(q.z) && std::isfinite(q.w);
 }

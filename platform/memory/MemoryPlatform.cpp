@@ -83,33 +83,49 @@ std::optional<double> rayHitsBox(const simd_float4x4& world, const SCNBoundingBo
     return enter >= 0 ? enter : leave;
 }
 
-/// Whether `a` comes before `b` in a depth-first walk of their tree, parents before children.
-bool walkedBefore(MemoryNode* a, MemoryNode* b) {
-    std::vector<MemoryNode*> fromA, fromB;  // the paths up to the topmost node
-    for (MemoryNode* n = a; n; n = n->parent().get()) fromA.push_back(n);
-    for (MemoryNode* n = b; n; n = n->parent().get()) fromB.push_back(n);
-    auto upA = fromA.rbegin(), upB = fromB.rbegin();
-    while (upA + 1 != fromA.rend() && upB + 1 != fromB.rend() && *(upA + 1) == *(upB + 1)) ++upA, ++upB;
-    if (upB + 1 == fromB.rend()) return false;  // b is a or an ancestor of a
-    if (upA + 1 == fromA.rend()) return true;   // a is an ancestor of b
-    for (const auto& child : (*upA)->children()) {
-        if (child.get() == *(upA + 1)) return true;
-        if (child.get() == *(upB + 1)) return false;
-    }
-    return false;
+std::size_t depthOf(const MemoryNode* node) {
+    std::size_t depth = 0;
+    for (auto up = node->parent(); up; up = up->parent()) ++depth;
+    return depth;
 }
 
-/// The candidates that the ray meets, nearest entry first; equally near ones in walk order.
-std::vector<SCNHitTestResult> hitsAmong(const std::vector<MemoryNode*>& candidates, SCNVector3 origin, SCNVector3 direction) {
+/// Whether `a` comes before `b` in a depth-first walk of their tree, parents before children.
+/// Costs the depth of the two nodes, however many siblings they have.
+bool walkedBefore(const MemoryNode* a, const MemoryNode* b) {
+    std::size_t depthA = depthOf(a), depthB = depthOf(b);
+    for (; depthA > depthB; --depthA) {
+        a = a->parent().get();
+        if (a == b) return false;  // b is an ancestor of a
+    }
+    for (; depthB > depthA; --depthB) {
+        b = b->parent().get();
+        if (b == a) return true;  // a is an ancestor of b
+    }
+    if (a == b) return false;
+    // Up to the children of the common ancestor, whose order decides.
+    for (auto parentA = a->parent(), parentB = b->parent(); parentA != parentB;
+         parentA = a->parent(), parentB = b->parent()) {
+        if (!parentA || !parentB) return false;  // different trees: no order
+        a = parentA.get();
+        b = parentB.get();
+    }
+    return a->siblingOrder() < b->siblingOrder();
+}
+
+/// The candidates the ray meets, with the distance along it at which each is entered.
+std::vector<std::pair<double, MemoryNode*>> rayHits(const std::vector<MemoryNode*>& candidates, SCNVector3 origin,
+                                                    SCNVector3 direction) {
     const Vec o = toVec(origin), dir = toVec(direction);
     std::vector<std::pair<double, MemoryNode*>> hits;
     for (MemoryNode* node : candidates)
-        if (const auto t = rayHitsBox(node->worldTransform(), node->nodeGeometry->boundingBox(), o, dir))
+        if (const auto t = rayHitsBox(node->worldTransform(), node->nodeGeometry()->boundingBox(), o, dir))
             hits.emplace_back(*t, node);
-    std::sort(hits.begin(), hits.end(), [](const auto& a, const auto& b) {
-        return a.first < b.first || (a.first == b.first && a.second != b.second && walkedBefore(a.second, b.second));
-    });
+    return hits;
+}
+
+std::vector<SCNHitTestResult> resultsOf(const std::vector<std::pair<double, MemoryNode*>>& hits) {
     std::vector<SCNHitTestResult> results;
+    results.reserve(hits.size());
     for (const auto& hit : hits) results.push_back({hit.second->shared_from_this()});
     return results;
 }
@@ -383,7 +399,12 @@ std::vector<SCNHitTestResult> MemoryARSCNView::geometricHitTest(CGPoint point) c
     std::vector<MemoryNode*> candidates;
     currentScene->root()->collectHitCandidates({origin.x, origin.y, origin.z}, {direction.x, direction.y, direction.z},
                                                candidates);
-    return hitsAmong(candidates, origin, direction);
+    // Nearest entry first; equally near ones in walk order.
+    auto hits = rayHits(candidates, origin, direction);
+    std::sort(hits.begin(), hits.end(), [](const auto& a, const auto& b) {
+        return a.first < b.first || (a.first == b.first && a.second != b.second && walkedBefore(a.second, b.second));
+    });
+    return resultsOf(hits);
 }
 
 std::vector<SCNHitTestResult> MemoryARSCNView::exhaustiveHitTest(CGPoint point) const {
@@ -392,11 +413,14 @@ std::vector<SCNHitTestResult> MemoryARSCNView::exhaustiveHitTest(CGPoint point) 
     camera.rayThrough(point, origin, direction);
     std::vector<MemoryNode*> candidates;
     const auto visit = [&](const auto& self, MemoryNode& node) -> void {
-        if (node.nodeGeometry) candidates.push_back(&node);
+        if (node.nodeGeometry()) candidates.push_back(&node);
         for (const auto& child : node.children()) self(self, *child);
     };
     visit(visit, *currentScene->root());
-    return hitsAmong(candidates, origin, direction);
+    // The candidates are in walk order already: a stable sort keeps equally near ones so.
+    auto hits = rayHits(candidates, origin, direction);
+    std::stable_sort(hits.begin(), hits.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+    return resultsOf(hits);
 }
 
 std::vector<ARHitTestResult> MemoryARSCNView::geometricFeatureHitTest(CGPoint point) const {

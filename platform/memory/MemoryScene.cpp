@@ -231,8 +231,15 @@ void MemoryTextGeometry::setFont(const std::optional<UIFont>& newFont) {
 
 // ---------------------------------------------------------------- nodes
 
+MemoryNode::MemoryNode(Made) {}
+
+const std::vector<RunningAction>& MemoryNode::actions() const {
+    static const std::vector<RunningAction> none;
+    return actions_ ? *actions_ : none;
+}
+
 std::shared_ptr<MemoryNode> MemoryNode::make(std::shared_ptr<CallLog> log) {
-    std::shared_ptr<MemoryNode> node(new MemoryNode());
+    auto node = std::make_shared<MemoryNode>(Made{});
     node->log_ = std::move(log);
     return node;
 }
@@ -267,7 +274,7 @@ void MemoryNode::setName(const std::optional<std::string>& name) {
 
 SCNVector3 MemoryNode::position() const {
     record("position");
-    return nodePosition;
+    return nodePosition();
 }
 
 void MemoryNode::setPosition(SCNVector3 position) {
@@ -277,7 +284,7 @@ void MemoryNode::setPosition(SCNVector3 position) {
 
 SCNVector3 MemoryNode::scale() const {
     record("scale");
-    return nodeScale;
+    return nodeScale();
 }
 
 void MemoryNode::setScale(SCNVector3 scale) {
@@ -287,7 +294,7 @@ void MemoryNode::setScale(SCNVector3 scale) {
 
 SCNVector4 MemoryNode::rotation() const {
     record("rotation");
-    return nodeRotation;
+    return nodeRotation();
 }
 
 void MemoryNode::setRotation(SCNVector4 rotation) {
@@ -320,6 +327,12 @@ void MemoryNode::appendChild(const std::shared_ptr<MemoryNode>& child) {
     const bool animatedInside = child->index_ && !child->index_->animated().empty();
     child->index_.reset();
     child->parent_ = weak_from_this();
+    if (nextSiblingOrder_ == std::numeric_limits<std::uint32_t>::max()) {
+        // Numbers run out only after four billion attachments here: number the children afresh.
+        nextSiblingOrder_ = 0;
+        for (const auto& sibling : children_) sibling->siblingOrder_ = nextSiblingOrder_++;
+    }
+    child->siblingOrder_ = nextSiblingOrder_++;
     children_.push_back(child);
     child->invalidateWorld();
     MemoryNode& topmost = top();
@@ -364,12 +377,12 @@ std::shared_ptr<SCNNode> MemoryNode::clone() {
 
 std::shared_ptr<SCNGeometry> MemoryNode::geometry() const {
     record("geometry");
-    return nodeGeometry;
+    return geometry_;
 }
 
 void MemoryNode::runActionForKey(std::shared_ptr<const SCNAction> action, const std::optional<std::string>& key) {
     record("runAction:forKey:", Json::array({action ? actionToJson(*action) : Json(nullptr), key ? Json(*key) : Json(nullptr)}));
-    if (key) std::erase_if(actions_, [&key](const RunningAction& running) { return running.key == key; });
+    if (key && actions_) std::erase_if(*actions_, [&key](const RunningAction& running) { return running.key == key; });
     Flattened f = action ? flatten(*action) : Flattened{};
     if (f.leaf && leafDuration(*f.leaf) == 0.0) {
         // Instant: applied now, count times; an endless repeat of it also once per advance.
@@ -378,14 +391,15 @@ void MemoryNode::runActionForKey(std::shared_ptr<const SCNAction> action, const 
     }
     if (f.leaf) {
         const SCNVector4 now = driven(f.leaf->type);
-        actions_.push_back(RunningAction{key, action, 0.0, now, 0.0, now});
+        if (!actions_) actions_ = std::make_unique<std::vector<RunningAction>>();
+        actions_->push_back(RunningAction{key, action, 0.0, now, 0.0, now});
     }
     syncAnimated();
 }
 
 void MemoryNode::removeAllActions() {
     record("removeAllActions");
-    actions_.clear();
+    actions_.reset();
     syncAnimated();
 }
 
@@ -455,8 +469,9 @@ void MemoryNode::applySpan(const SCNAction& leaf, double fromRuns, double toRuns
 
 void MemoryNode::advanceActions(double seconds) {
     if (!(seconds >= 0)) seconds = 0;
+    if (!actions_) return;
     std::vector<RunningAction> kept;
-    for (RunningAction entry : actions_) {
+    for (RunningAction entry : *actions_) {
         const Flattened f = flatten(*entry.action);
         const double leafTime = leafDuration(*f.leaf);
         if (leafTime == 0.0) {
@@ -489,7 +504,10 @@ void MemoryNode::advanceActions(double seconds) {
             kept.push_back(std::move(entry));
         }
     }
-    actions_ = std::move(kept);
+    if (kept.empty())
+        actions_.reset();
+    else
+        *actions_ = std::move(kept);
     syncAnimated();
 }
 
@@ -531,7 +549,7 @@ SceneIndex& MemoryNode::treeIndex() {
 }
 
 void MemoryNode::syncAnimated() {
-    const bool running = !actions_.empty();
+    const bool running = actions_ && !actions_->empty();
     if (running == (animatedSlot_ >= 0)) return;
     if (running)
         treeIndex().addAnimated(*this);
@@ -557,16 +575,16 @@ void MemoryNode::adoptLog(const std::shared_ptr<CallLog>& log) {
 }
 
 simd_float4x4 MemoryNode::localTransform() const {
-    const Quat q = fromRotation(nodeRotation);
+    const Quat q = fromRotation(rotation_);
     const double w = q.w, x = q.x, y = q.y, z = q.z;
     const double r[3][3] = {{1 - 2 * (y * y + z * z), 2 * (x * y - w * z), 2 * (x * z + w * y)},
                             {2 * (x * y + w * z), 1 - 2 * (x * x + z * z), 2 * (y * z - w * x)},
                             {2 * (x * z - w * y), 2 * (y * z + w * x), 1 - 2 * (x * x + y * y)}};
-    const double s[3] = {d(nodeScale.x), d(nodeScale.y), d(nodeScale.z)};
+    const double s[3] = {d(nodeScale().x), d(nodeScale().y), d(nodeScale().z)};
     simd_float4x4 m = matrix_identity_float4x4();
     for (int c = 0; c < 3; ++c)
         for (int row = 0; row < 3; ++row) m.columns[c][row] = static_cast<float>(r[row][c] * s[c]);
-    m.columns[3] = {nodePosition.x, nodePosition.y, nodePosition.z, 1.0f};
+    m.columns[3] = {nodePosition().x, nodePosition().y, nodePosition().z, 1.0f};
     return m;
 }
 

@@ -129,10 +129,10 @@ public:
     // and the geometry are read here and written with the assign functions below, which keep
     // the cached world transforms up to date.
     std::optional<std::string> nodeName;
-    const SCNVector3& nodePosition = position_;
-    const SCNVector3& nodeScale = scale_;
-    const SCNVector4& nodeRotation = rotation_;
-    const std::shared_ptr<SCNGeometry>& nodeGeometry = geometry_;
+    const SCNVector3& nodePosition() const { return position_; }
+    const SCNVector3& nodeScale() const { return scale_; }
+    const SCNVector4& nodeRotation() const { return rotation_; }
+    const std::shared_ptr<SCNGeometry>& nodeGeometry() const { return geometry_; }
 
     void assignPosition(SCNVector3 position);
     void assignScale(SCNVector3 scale);
@@ -140,8 +140,11 @@ public:
     void assignGeometry(std::shared_ptr<SCNGeometry> geometry);
 
     std::shared_ptr<MemoryNode> parent() const { return parent_.lock(); }
+    /// Where the node stands among its parent's children: a later child has a greater number.
+    /// Lets two nodes be put in walk order without searching the children of their common ancestor.
+    std::uint32_t siblingOrder() const { return siblingOrder_; }
     const std::vector<std::shared_ptr<MemoryNode>>& children() const { return children_; }
-    const std::vector<RunningAction>& actions() const { return actions_; }
+    const std::vector<RunningAction>& actions() const;
     /// Attaches `child` without recording (model loading).
     void appendChild(const std::shared_ptr<MemoryNode>& child);
     /// Takes the node out of its parent without recording.
@@ -176,7 +179,14 @@ public:
     std::shared_ptr<MemoryNode> findNamed(const std::string& name);
 
 private:
-    MemoryNode() = default;
+    /// Lets `make` reach the constructor through std::make_shared, which puts the node and
+    /// its reference counts in one allocation; nobody else can name it.
+    struct Made {};
+
+public:
+    explicit MemoryNode(Made);
+
+private:
     MemoryNode(const MemoryNode&) = delete;
     MemoryNode& operator=(const MemoryNode&) = delete;
     friend class SceneIndex;
@@ -207,17 +217,19 @@ private:
     /// The world transform's first three rows, valid when `worldValid_`; a valid node always
     /// has a valid parent, so invalidation stops at the first node already invalid.
     mutable std::array<float, 12> world_{};
-    mutable bool worldValid_ = false;
 
     std::weak_ptr<MemoryNode> parent_;
     std::vector<std::shared_ptr<MemoryNode>> children_;
-    std::vector<RunningAction> actions_;
+    /// Made on the first action: most nodes never run one.
+    std::unique_ptr<std::vector<RunningAction>> actions_;
     std::shared_ptr<CallLog> log_;
 
     // Bookkeeping of the tree's index (see SceneIndex).
     std::unique_ptr<SceneIndex> index_;  ///< kept by a topmost node only
     std::int32_t boxEntry_ = -1, looseSlot_ = -1, animatedSlot_ = -1;
+    std::uint32_t siblingOrder_ = 0, nextSiblingOrder_ = 0;
     bool queued_ = false;
+    mutable bool worldValid_ = false;  ///< with `world_`; kept here, where it takes no padding
 };
 
 class MemoryScene final : public SCNScene {

@@ -147,6 +147,37 @@ void BoxTree::replaceChild(Id parent, Id from, Id to) {
     (p.left == from ? p.left : p.right) = to;
 }
 
+BoxTree::Id BoxTree::bestSibling(const WorldBox& box) const {
+    // Branch and bound over the whole tree: the sibling whose new parent adds the least surface
+    // area, counting what every ancestor grows by. A greedy walk from the root would follow any
+    // child that already holds the box, such as a star sphere around the whole scene, and end
+    // up grouping boxes that lie far apart.
+    const float leafArea = box.halfArea();
+    Id best = root_;
+    float bestCost = entries_[static_cast<std::size_t>(root_)].box.merged(box).halfArea();
+    std::vector<Candidate>& pending = searchStack_;
+    pending.clear();
+    pending.push_back({root_, 0.0f});
+    while (!pending.empty()) {
+        const Candidate candidate = pending.back();
+        pending.pop_back();
+        const Entry& node = entries_[static_cast<std::size_t>(candidate.id)];
+        const float direct = node.box.merged(box).halfArea();
+        const float cost = direct + candidate.inherited;
+        if (cost < bestCost) {
+            bestCost = cost;
+            best = candidate.id;
+        }
+        if (node.height == 0) continue;
+        const float inherited = candidate.inherited + direct - node.box.halfArea();
+        // No sibling below costs less than the box's own area plus what this node grows by.
+        if (leafArea + inherited >= bestCost) continue;
+        pending.push_back({node.left, inherited});
+        pending.push_back({node.right, inherited});
+    }
+    return best;
+}
+
 void BoxTree::link(Id leaf) {
     if (root_ == none) {
         root_ = leaf;
@@ -154,22 +185,7 @@ void BoxTree::link(Id leaf) {
         return;
     }
     const WorldBox box = entries_[static_cast<std::size_t>(leaf)].box;
-    // Walk down to the sibling that enlarges the total surface area least.
-    Id at = root_;
-    while (entries_[static_cast<std::size_t>(at)].height > 0) {
-        const Entry& node = entries_[static_cast<std::size_t>(at)];
-        const float combined = node.box.merged(box).halfArea();
-        const float here = 2 * combined;  // a new parent of this node and the leaf
-        const float inherited = 2 * (combined - node.box.halfArea());
-        const auto descendCost = [&](Id child) {
-            const Entry& c = entries_[static_cast<std::size_t>(child)];
-            const float grown = c.box.merged(box).halfArea();
-            return (c.height == 0 ? grown : grown - c.box.halfArea()) + inherited;
-        };
-        const float left = descendCost(node.left), right = descendCost(node.right);
-        if (here < left && here < right) break;
-        at = left < right ? node.left : node.right;
-    }
+    const Id at = bestSibling(box);
     const Id sibling = at;
     const Id oldParent = entries_[static_cast<std::size_t>(sibling)].parent;
     const Id parent = allocate();
@@ -324,8 +340,8 @@ void SceneIndex::dropEntry(MemoryNode& node) {
 }
 
 void SceneIndex::update(MemoryNode& node) {
-    const auto* mesh = dynamic_cast<const MemoryMeshGeometry*>(node.nodeGeometry.get());
-    if (!node.nodeGeometry || (mesh && !hittable(mesh->bounds))) {
+    const auto* mesh = dynamic_cast<const MemoryMeshGeometry*>(node.nodeGeometry().get());
+    if (!node.nodeGeometry() || (mesh && !hittable(mesh->bounds))) {
         dropEntry(node);
         return;
     }

@@ -45,7 +45,7 @@ public:
         for (const auto& entry : entries_)
             if (entry.height == 0 && entry.owner) visit(*entry.owner);
     }
-    std::size_t bytes() const { return entries_.capacity() * sizeof(Entry) + stack_.capacity() * sizeof(Id); }
+    std::size_t bytes() const { return entries_.capacity() * sizeof(Entry) + stack_.capacity() * sizeof(Id) + searchStack_.capacity() * sizeof(Candidate); }
 
 private:
     struct Entry {
@@ -57,6 +57,8 @@ private:
 
     Id allocate();
     void release(Id id);
+    /// The entry that a new leaf with `box` should be paired with under a new parent.
+    Id bestSibling(const WorldBox& box) const;
     void link(Id leaf);
     void unlink(Id leaf);
     /// Recomputes boxes and heights from `id` up to the root, rotating where unbalanced.
@@ -68,7 +70,13 @@ private:
     std::vector<Entry> entries_;
     Id root_ = none;
     Id free_ = none;  ///< free entries chained through `parent`
+    /// A subtree still to search for a new leaf's sibling, with what its ancestors would grow by.
+    struct Candidate {
+        Id id;
+        float inherited;
+    };
     mutable std::vector<Id> stack_;
+    mutable std::vector<Candidate> searchStack_;
 };
 
 /// Kept by the topmost node of a tree that has running actions or has been hit-tested.

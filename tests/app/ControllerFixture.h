@@ -161,7 +161,7 @@ protected:
     }
     std::string labelText() const {
         auto label = root()->findNamed("planetData");
-        auto text = label ? std::dynamic_pointer_cast<memory::MemoryTextGeometry>(label->nodeGeometry) : nullptr;
+        auto text = label ? std::dynamic_pointer_cast<memory::MemoryTextGeometry>(label->nodeGeometry()) : nullptr;
         return text ? text->string : "<no label>";
     }
     static std::vector<std::string> actionKeys(const std::shared_ptr<SCNNode>& node) {

@@ -83,8 +83,8 @@ TEST_F(ControllerTest, LabelIsReplacedByANewNodeEveryTime) {
     EXPECT_EQ(countInRoot("planetData"), 1u);
     EXPECT_EQ(label->parent(), root());
     EXPECT_EQ(labelText(), "");
-    EXPECT_EQ(label->nodePosition, (SCNVector3{-0.8f, -2.35f, -0.95f}));
-    auto text = std::dynamic_pointer_cast<memory::MemoryTextGeometry>(label->nodeGeometry);
+    EXPECT_EQ(label->nodePosition(), (SCNVector3{-0.8f, -2.35f, -0.95f}));
+    auto text = std::dynamic_pointer_cast<memory::MemoryTextGeometry>(label->nodeGeometry());
     EXPECT_EQ(text->font, (UIFont{"Optima", 1.0}));
     EXPECT_EQ(std::get<UIColor>(text->material->specularProperty->contents), UIColor::orangeColor());
 }

@@ -97,13 +97,13 @@ TEST_F(GestureTest, PinchAndPanApplyTheAccumulatedAmountAtEveryChangeAndKeepTheS
         pinch.record.scale = s;
         gesture("didPinch:", State::changed, earthMesh());
     }
-    EXPECT_NEAR(earth()->nodeScale.x, 0.5 * 1.716, 1e-5);
+    EXPECT_NEAR(earth()->nodeScale().x, 0.5 * 1.716, 1e-5);
     auto& pan = recognizer("didPan:");
     for (CGPoint t : {CGPoint{10, 0}, CGPoint{20, 0}}) {
         pan.record.translation = t;
         gesture("didPan:", State::changed, earthMesh());
     }
-    EXPECT_NEAR(earth()->nodePosition.x, 0.03, 1e-6);
+    EXPECT_NEAR(earth()->nodePosition().x, 0.03, 1e-6);
     EXPECT_THAT(actionKeys(earth()), ElementsAre("EarthAnimation"));
 
     auto& rotate = recognizer("didRotate:");
@@ -111,7 +111,7 @@ TEST_F(GestureTest, PinchAndPanApplyTheAccumulatedAmountAtEveryChangeAndKeepTheS
         rotate.record.rotation = angle;
         gesture("didRotate:", State::changed, earthMesh());
     }
-    const SCNVector4 r = earth()->nodeRotation;
+    const SCNVector4 r = earth()->nodeRotation();
     EXPECT_NEAR(r.y * r.w, -0.3, 1e-5);
     EXPECT_TRUE(earth()->actions().empty());
 }
@@ -127,12 +127,12 @@ TEST_F(GestureTest, TheNearestHitDecidesAloneAndOnlyBodiesAreActedOn) {
     EXPECT_FALSE(gestureHandled);
     EXPECT_EQ(selectedBody, 3);
     EXPECT_EQ(earth()->parent(), root());
-    EXPECT_EQ(earth()->nodeScale, (SCNVector3{0.5f, 0.5f, 0.5f}));
-    EXPECT_EQ(mem(controller.nodeSunButtonModel)->nodeScale, (SCNVector3{0.2f, 0.2f, 0.2f}));
+    EXPECT_EQ(earth()->nodeScale(), (SCNVector3{0.5f, 0.5f, 0.5f}));
+    EXPECT_EQ(mem(controller.nodeSunButtonModel)->nodeScale(), (SCNVector3{0.2f, 0.2f, 0.2f}));
 
     // A body in front of a button: the body is the one acted on.
     gestureOverHits("didPinch:", State::changed, {earthMesh(), button});
-    EXPECT_EQ(earth()->nodeScale, (SCNVector3{1, 1, 1}));
+    EXPECT_EQ(earth()->nodeScale(), (SCNVector3{1, 1, 1}));
     EXPECT_TRUE(gestureHandled);
 }
 

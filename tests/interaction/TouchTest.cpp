@@ -104,8 +104,8 @@ TEST_F(TouchTest, TouchElsewhereAnchorsTheSelectedBodyTurnedByTheCameraYaw) {
     ASSERT_EQ(copies.size(), 1u);
     EXPECT_NE(copies[0], mem(controller.nodeEarthModel));
     EXPECT_EQ(copies[0]->nodeName, "Earth");
-    EXPECT_EQ(copies[0]->nodeScale, (SCNVector3{0.5f, 0.5f, 0.5f}));
-    EXPECT_EQ(copies[0]->nodePosition, (SCNVector3{0, 0.5f, 0}));
+    EXPECT_EQ(copies[0]->nodeScale(), (SCNVector3{0.5f, 0.5f, 0.5f}));
+    EXPECT_EQ(copies[0]->nodePosition(), (SCNVector3{0, 0.5f, 0}));
 }
 
 TEST_F(TouchTest, GestureFlagSkipsOnePlacementAndSurvivesButtonPresses) {

@@ -27,9 +27,9 @@ protected:
         auto node = root()->findNamed(std::string(body));
         ASSERT_NE(node, nullptr);
         EXPECT_EQ(countInRoot(std::string(body)), 1u);
-        EXPECT_EQ(node->nodeScale, (SCNVector3{scale, scale, scale}));
-        EXPECT_EQ(node->nodePosition, position);
-        EXPECT_EQ(node->nodeRotation, (SCNVector4{0, 1, 0, 0}));
+        EXPECT_EQ(node->nodeScale(), (SCNVector3{scale, scale, scale}));
+        EXPECT_EQ(node->nodePosition(), position);
+        EXPECT_EQ(node->nodeRotation(), (SCNVector4{0, 1, 0, 0}));
         ASSERT_EQ(node->actions().size(), 1u);
         EXPECT_EQ(node->actions()[0].key, spinOf(body).key);
         EXPECT_EQ(node->actions()[0].elapsed, 0.0);

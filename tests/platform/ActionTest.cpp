@@ -13,7 +13,7 @@ namespace {
 
 constexpr double pi = std::numbers::pi;
 
-SCNVector3 xAxisOf(const MemoryNode& node) { return rotated(node.nodeRotation, {1, 0, 0}); }
+SCNVector3 xAxisOf(const MemoryNode& node) { return rotated(node.nodeRotation(), {1, 0, 0}); }
 
 } // namespace
 
@@ -21,7 +21,7 @@ TEST(MemoryActions, KeysReplaceOrRunConcurrently) {
     auto node = MemoryNode::make();
     node->runActionForKey(SCNAction::moveByDuration({1, 0, 0}, 10), "move");
     node->advanceActions(5);
-    EXPECT_NEAR(node->nodePosition.x, 0.5, 1e-6);
+    EXPECT_NEAR(node->nodePosition().x, 0.5, 1e-6);
 
     // Same key: the first move stops where it got to.
     node->runActionForKey(SCNAction::moveByDuration({0, 1, 0}, 10), "move");
@@ -32,14 +32,14 @@ TEST(MemoryActions, KeysReplaceOrRunConcurrently) {
     EXPECT_EQ(node->actions().size(), 3u);
 
     node->advanceActions(5);
-    EXPECT_VEC3_NEAR(node->nodePosition, 0.5, 0.5, 1.0, 1e-5);
-    EXPECT_NEAR(node->nodeScale.x, 2.0, 1e-5);
+    EXPECT_VEC3_NEAR(node->nodePosition(), 0.5, 0.5, 1.0, 1e-5);
+    EXPECT_NEAR(node->nodeScale().x, 2.0, 1e-5);
 
     node->removeAllActions();
     EXPECT_TRUE(node->actions().empty());
     node->advanceActions(5);
-    EXPECT_VEC3_NEAR(node->nodePosition, 0.5, 0.5, 1.0, 1e-5);
-    EXPECT_NEAR(node->nodeScale.z, 2.0, 1e-5);
+    EXPECT_VEC3_NEAR(node->nodePosition(), 0.5, 0.5, 1.0, 1e-5);
+    EXPECT_NEAR(node->nodeScale().z, 2.0, 1e-5);
     node->removeAllActions();  // none left: harmless
 }
 
@@ -51,8 +51,8 @@ TEST(MemoryActions, EndlessSpinTurnsEvenlyOnTheFrameClock) {
     earth->runActionForKey(SCNAction::repeatActionForever(SCNAction::rotateByXYZDuration(0, 2 * pi, 0, 24)), "spin");
 
     platform.advance(6);
-    EXPECT_NEAR(earth->nodeRotation.w, pi / 2, 1e-4);
-    EXPECT_VEC3_NEAR(earth->nodeRotation, 0, 1, 0, 1e-5);
+    EXPECT_NEAR(earth->nodeRotation().w, pi / 2, 1e-4);
+    EXPECT_VEC3_NEAR(earth->nodeRotation(), 0, 1, 0, 1e-5);
 
     // Replacing the spin mid-way keeps the orientation reached and starts the new action from zero.
     earth->runActionForKey(SCNAction::rotateByXYZDuration(0, pi, 0, 4), "spin");
@@ -102,23 +102,23 @@ TEST(MemoryActions, RepeatCountsAndZeroDurations) {
     auto node = MemoryNode::make();
     node->runActionForKey(SCNAction::repeatActionCount(SCNAction::scaleByDuration(2, 1), 3), "grow");
     node->advanceActions(1.5);
-    EXPECT_NEAR(node->nodeScale.y, std::pow(2.0, 1.5), 1e-5);
+    EXPECT_NEAR(node->nodeScale().y, std::pow(2.0, 1.5), 1e-5);
     node->advanceActions(5);
-    EXPECT_NEAR(node->nodeScale.y, 8.0, 1e-5);
+    EXPECT_NEAR(node->nodeScale().y, 8.0, 1e-5);
     EXPECT_TRUE(node->actions().empty());
 
     // Duration 0 applies inside runAction, count times, and is not kept.
     node->runActionForKey(SCNAction::repeatActionCount(SCNAction::moveByDuration({1, 0, 0}, 0), 3), "move");
-    EXPECT_NEAR(node->nodePosition.x, 3.0, 1e-6);
+    EXPECT_NEAR(node->nodePosition().x, 3.0, 1e-6);
     node->runActionForKey(SCNAction::rotateByXYZDuration(0, pi / 2, 0, 0), std::nullopt);
     EXPECT_VEC3_NEAR(xAxisOf(*node), 0, 0, -1, 1e-6);
     EXPECT_TRUE(node->actions().empty());
 
     // An endless repeat of an instant action applies once per advance, never in a loop.
     node->runActionForKey(SCNAction::repeatActionForever(SCNAction::moveByDuration({0, 1, 0}, 0)), "step");
-    EXPECT_NEAR(node->nodePosition.y, 1.0, 1e-6);
+    EXPECT_NEAR(node->nodePosition().y, 1.0, 1e-6);
     node->advanceActions(0.5);
     node->advanceActions(0.5);
-    EXPECT_NEAR(node->nodePosition.y, 3.0, 1e-6);
+    EXPECT_NEAR(node->nodePosition().y, 3.0, 1e-6);
     EXPECT_EQ(node->actions().size(), 1u);
 }

@@ -82,7 +82,7 @@ TEST(MemoryServices, TextGeometryKeepsItsSettings) {
     material->specular()->setContents(UIColor::orangeColor());
     auto node = asMemory(platform.nodeWithGeometry(text));
 
-    auto* memoryText = dynamic_cast<MemoryTextGeometry*>(node->nodeGeometry.get());
+    auto* memoryText = dynamic_cast<MemoryTextGeometry*>(node->nodeGeometry().get());
     ASSERT_NE(memoryText, nullptr);
     EXPECT_EQ(memoryText->string, "Mars\nFourth planet");
     EXPECT_EQ(memoryText->extrusionDepth, 0.2);

@@ -54,7 +54,7 @@ std::string primitive(const std::string& kind, const std::string& body, const st
 const std::string kMeshNode = R"(<node name="M"><instance_geometry url="#g"/></node>)";
 
 std::shared_ptr<MemoryMeshGeometry> meshOf(const MemoryNode& node) {
-    return std::dynamic_pointer_cast<MemoryMeshGeometry>(node.nodeGeometry);
+    return std::dynamic_pointer_cast<MemoryMeshGeometry>(node.nodeGeometry());
 }
 
 /// "name:triangles" for every mesh-carrying node, depth first ("?" for an unnamed node).

@@ -26,7 +26,7 @@ std::string readFile(const std::filesystem::path& file) {
 }
 
 std::shared_ptr<MemoryMeshGeometry> meshOf(const std::shared_ptr<MemoryNode>& node) {
-    return std::dynamic_pointer_cast<MemoryMeshGeometry>(node->nodeGeometry);
+    return std::dynamic_pointer_cast<MemoryMeshGeometry>(node->nodeGeometry());
 }
 
 void forEachNode(const std::shared_ptr<MemoryNode>& node, const std::function<void(const std::shared_ptr<MemoryNode>&)>& f) {
@@ -281,25 +281,25 @@ TEST(ColladaLoader, KeepsNamesAndComposesTransforms) {
     const auto& top = scene->root()->children();
     ASSERT_EQ(top.size(), 2u);
     EXPECT_EQ(top[1]->nodeName, "Plain");
-    EXPECT_EQ(top[1]->nodeScale, (SCNVector3{1, 1, 1}));
+    EXPECT_EQ(top[1]->nodeScale(), (SCNVector3{1, 1, 1}));
 
     const auto outer = top[0];
     EXPECT_EQ(outer->nodeName, "Outer");
-    EXPECT_EQ(outer->nodePosition, (SCNVector3{1, 2, 3}));
-    EXPECT_EQ(outer->nodeScale, (SCNVector3{2, 2, 2}));
+    EXPECT_EQ(outer->nodePosition(), (SCNVector3{1, 2, 3}));
+    EXPECT_EQ(outer->nodeScale(), (SCNVector3{2, 2, 2}));
     ASSERT_EQ(outer->children().size(), 2u);
 
     const auto inner = outer->children()[0];
     EXPECT_EQ(inner->nodeName, "inner-id") << "the id stands in for a missing name";
-    EXPECT_EQ(inner->nodePosition, (SCNVector3{0, 1, 0}));
-    EXPECT_NEAR(inner->nodeScale.y, 3.0f, 1e-5f);
-    EXPECT_NEAR(inner->nodeRotation.y, 1.0f, 1e-5f);
-    EXPECT_NEAR(inner->nodeRotation.w, std::numbers::pi_v<float> / 2, 1e-5f);
+    EXPECT_EQ(inner->nodePosition(), (SCNVector3{0, 1, 0}));
+    EXPECT_NEAR(inner->nodeScale().y, 3.0f, 1e-5f);
+    EXPECT_NEAR(inner->nodeRotation().y, 1.0f, 1e-5f);
+    EXPECT_NEAR(inner->nodeRotation().w, std::numbers::pi_v<float> / 2, 1e-5f);
     // The second mesh of the node hangs below it.
-    EXPECT_NE(inner->nodeGeometry, nullptr);
+    EXPECT_NE(inner->nodeGeometry(), nullptr);
     ASSERT_EQ(inner->children().size(), 1u);
     EXPECT_EQ(inner->children()[0]->nodeName, "Second");
-    EXPECT_NE(inner->children()[0]->nodeGeometry, nullptr);
+    EXPECT_NE(inner->children()[0]->nodeGeometry(), nullptr);
     // The quad's corner (0.5, 0.5, 0): scaled by 3 in y, turned a quarter about y (x goes to -z),
     // lifted by 1, then the outer scale 2 and offset (1, 2, 3).
     const SCNVector3 corner = apply(inner->worldTransform(), {0.5f, 0.5f, 0});
@@ -308,7 +308,7 @@ TEST(ColladaLoader, KeepsNamesAndComposesTransforms) {
     EXPECT_NEAR(corner.z, 3.0f - 1.0f, 1e-4f);
 
     EXPECT_EQ(outer->children()[1]->nodeName, "FromLibrary");
-    EXPECT_EQ(outer->children()[1]->nodePosition, (SCNVector3{5, 0, 0}));
+    EXPECT_EQ(outer->children()[1]->nodePosition(), (SCNVector3{5, 0, 0}));
 }
 
 TEST(ColladaLoader, TriangulatesPolylistsAndReadsColours) {
@@ -419,8 +419,8 @@ TEST(ColladaLoader, SurvivesHostileGraphsAndBadTransforms) {
         "/", nullptr, &report);
     ASSERT_NE(scene, nullptr);
     EXPECT_EQ(report.warnings.size(), 2u);
-    for (const auto& node : scene->root()->children()) EXPECT_EQ(node->nodePosition, (SCNVector3{0, 0, 0})) << *node->nodeName;
-    EXPECT_EQ(scene->root()->children()[1]->nodeScale, (SCNVector3{2, 2, 2}));
+    for (const auto& node : scene->root()->children()) EXPECT_EQ(node->nodePosition(), (SCNVector3{0, 0, 0})) << *node->nodeName;
+    EXPECT_EQ(scene->root()->children()[1]->nodeScale(), (SCNVector3{2, 2, 2}));
     // Finite numbers whose product leaves the float range cannot be a node's transform.
     EXPECT_EQ(loadColladaBytes(quadDocument(p, acc, pos, R"(<node><scale>1e30 1e30 1e30</scale><scale>1e30 1e30 1e30</scale></node>)"), "/"),
               nullptr);

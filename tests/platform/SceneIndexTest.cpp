@@ -76,7 +76,7 @@ public:
         const auto& node = all[pick(all.size())];
         switch (pick(8)) {
         case 0: place(*node); break;
-        case 1: node->assignGeometry(pick(2) ? nullptr : boxNode({-1, -1, -1}, {1, 1, 1})->nodeGeometry); break;
+        case 1: node->assignGeometry(pick(2) ? nullptr : boxNode({-1, -1, -1}, {1, 1, 1})->nodeGeometry()); break;
         case 2:
             if (node != root) {
                 node->detach();
@@ -169,16 +169,16 @@ TEST(SceneIndex, FramesRunTheActionsOfTheSceneAlone) {
     }
 
     platform.runFrame(1);
-    EXPECT_EQ(inScene->nodePosition.x, 1.0f);
-    EXPECT_EQ(child->nodePosition.x, 0.0f);
-    EXPECT_EQ(leaving->nodePosition.x, 1.0f);
+    EXPECT_EQ(inScene->nodePosition().x, 1.0f);
+    EXPECT_EQ(child->nodePosition().x, 0.0f);
+    EXPECT_EQ(leaving->nodePosition().x, 1.0f);
 
     root->appendChild(group);
     leaving->detach();
     platform.runFrame(1);
-    EXPECT_EQ(inScene->nodePosition.x, 2.0f);
-    EXPECT_EQ(child->nodePosition.x, 1.0f);
-    EXPECT_EQ(leaving->nodePosition.x, 1.0f);
+    EXPECT_EQ(inScene->nodePosition().x, 2.0f);
+    EXPECT_EQ(child->nodePosition().x, 1.0f);
+    EXPECT_EQ(leaving->nodePosition().x, 1.0f);
 
     // Back in the scene, the left node and the orphan run on; a node whose actions
     // all ended or were removed stays put.
@@ -186,10 +186,10 @@ TEST(SceneIndex, FramesRunTheActionsOfTheSceneAlone) {
     root->appendChild(orphan);
     inScene->removeAllActions();
     platform.runFrame(1);
-    EXPECT_EQ(inScene->nodePosition.x, 2.0f);
-    EXPECT_EQ(child->nodePosition.x, 2.0f);
-    EXPECT_EQ(leaving->nodePosition.x, 2.0f);
-    EXPECT_EQ(orphan->nodePosition.x, 1.0f);
+    EXPECT_EQ(inScene->nodePosition().x, 2.0f);
+    EXPECT_EQ(child->nodePosition().x, 2.0f);
+    EXPECT_EQ(leaving->nodePosition().x, 2.0f);
+    EXPECT_EQ(orphan->nodePosition().x, 1.0f);
 }
 
 TEST(SceneIndex, WorldTransformsFollowEveryChange) {

@@ -56,7 +56,7 @@ TEST(MemorySession, AnchorsAreReportedOnTheNextRunningFrame) {
     EXPECT_EQ(delegate.attachedAtCallback, (std::vector<bool>{true, true}));
     auto second = asMemory(delegate.nodes[1]);
     EXPECT_EQ(second->parent(), view.currentScene->root());
-    EXPECT_EQ(second->nodePosition, (SCNVector3{2, 0.5f, -2}));
+    EXPECT_EQ(second->nodePosition(), (SCNVector3{2, 0.5f, -2}));
     EXPECT_FALSE(second->nodeName.has_value());
     EXPECT_TRUE(second->children().empty());
 
@@ -115,9 +115,9 @@ TEST(MemorySession, AnchorNodesTakeTheAnchorsWholeTransform) {
     platform.runFrame();
     ASSERT_EQ(view.anchorNodes.size(), 1u);
     const auto node = view.anchorNodes[0].second;
-    EXPECT_EQ(node->nodePosition, (SCNVector3{1, -1.4f, -2}));
-    EXPECT_NEAR(node->nodeRotation.y * node->nodeRotation.w, 0.6, 1e-6);
-    EXPECT_NEAR(node->nodeScale.x, 1, 1e-6);
+    EXPECT_EQ(node->nodePosition(), (SCNVector3{1, -1.4f, -2}));
+    EXPECT_NEAR(node->nodeRotation().y * node->nodeRotation().w, 0.6, 1e-6);
+    EXPECT_NEAR(node->nodeScale().x, 1, 1e-6);
 }
 
 TEST(MemorySession, AFrameReportsAnchorsThenRunsTheQueueThenAdvancesActions) {
@@ -128,7 +128,7 @@ TEST(MemorySession, AFrameReportsAnchorsThenRunsTheQueueThenAdvancesActions) {
     // A block queued before the frame starts an action; the same frame already moves it on.
     platform.mainQueueAsync([&] { node->runActionForKey(SCNAction::moveByDuration({1, 0, 0}, 1), "move"); });
     platform.runFrame(0.25);
-    EXPECT_NEAR(node->nodePosition.x, 0.25, 1e-6);
+    EXPECT_NEAR(node->nodePosition().x, 0.25, 1e-6);
     EXPECT_DOUBLE_EQ(platform.time, 0.25);
 }
 
