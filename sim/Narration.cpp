@@ -136,7 +136,7 @@ std::string describeState(const Json& state, const Json* previous, const std::fu
            "; label shown: " + (state["isTextShown"].get<bool>() ? "yes" : "no") + "; AR session " +
            state["session"].get<std::string>() + "\n";
     out += "  anchors: " + std::to_string(state["anchors"].size()) +
-           "; browser requests: " + std::to_string(state["openedURLs"].size());
+           "; browser requests: " + std::to_string(state["openedURLs"].size() + state.value("openedURLsDropped", std::size_t{0}));
     if (!state["openedURLs"].empty()) out += " (last: " + state["openedURLs"].back()["url"].get<std::string>() + ")";
     out += "; gesture recognisers: " + std::to_string(state["recognizers"].size()) + "\n";
     const Json& scene = state["scene"];

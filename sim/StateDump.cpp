@@ -144,6 +144,7 @@ Json stateJson(memory::MemoryPlatform& platform, const AppFlags& flags) {
                             {"options", request.options.size()},
                             {"completion", static_cast<bool>(request.completionHandler)}});
     out["openedURLs"] = std::move(urls);
+    if (platform.application.droppedURLRequests > 0) out["openedURLsDropped"] = platform.application.droppedURLRequests;
     Json recognizers = Json::array();
     for (const auto& recognizer : view.gestureRecognizers) {
         const auto* memoryRecognizer = dynamic_cast<const memory::MemoryRecognizerBase*>(recognizer.get());

@@ -181,7 +181,12 @@ public:
     explicit MemoryApplication(std::shared_ptr<CallLog> log) : log_(std::move(log)) {}
     void openURLOptionsCompletionHandler(const NSURL& url, const UIApplicationOpenURLOptions& options,
                                          std::function<void(bool)> completionHandler) override;
+    /// The latest browser requests, oldest first: at most kKeptURLRequests, so that a long
+    /// session pressing the help button does not grow without bound.
     std::vector<OpenURLRequest> openedURLs;
+    /// How many earlier requests were let go to keep that bound.
+    std::size_t droppedURLRequests = 0;
+    static constexpr std::size_t kKeptURLRequests = 256;
     /// Where completion handlers go (the platform's main queue); they run with `true`.
     std::function<void(std::function<void()>)> enqueueOnMain;
 

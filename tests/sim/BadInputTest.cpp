@@ -140,6 +140,23 @@ TEST(BadInput, CallLogKeepsABoundedTailAndCountsWhatItLetGo) {
     EXPECT_EQ(log.droppedUnread(), 1u);
 }
 
+TEST(BadInput, BrowserRequestsKeepABoundedTailAndCountTheRest) {
+    Simulator simulator(memory::MemoryPlatform::defaultAssetParent());
+    simulator.start();
+    const auto requests = [&](int presses) {
+        for (int i = 0; i < presses; ++i) simulator.run(parsed("press HelpButton"));
+        return simulator.state();
+    };
+    EXPECT_FALSE(requests(256).contains("openedURLsDropped"));  // nothing let go yet
+    const Json state = requests(44);
+    const std::size_t kept = state["openedURLs"].size(), dropped = state["openedURLsDropped"].get<std::size_t>();
+    EXPECT_GT(kept, 128u);
+    EXPECT_LE(kept, 256u);
+    EXPECT_EQ(kept + dropped, 300u);
+    const std::string told = describeState(state, nullptr, [](int) { return std::string("Earth"); });
+    EXPECT_NE(told.find("browser requests: 300 "), std::string::npos) << told;
+}
+
 TEST(BadInput, CallsLineSaysHowManyCallsWereLetGo) {
     Simulator simulator(memory::MemoryPlatform::defaultAssetParent());
     simulator.platform().log->setCapacity(100);
