@@ -4,8 +4,7 @@
 // picture back, which a window does not need, so a window's frame is a little cheaper.
 // Goal: median at most 16.7 ms (60 frames a second).
 
-#include "app/ViewController.h"
-#include "platform/memory/MemoryPlatform.h"
+#include "benchmarks/RunningApp.h"
 #include "render/Snapshot.h"
 
 #include <benchmark/benchmark.h>
@@ -16,27 +15,13 @@ namespace {
 
 using namespace orrery;
 
-struct PlacedOverview {
-    memory::MemoryPlatform platform;
-    std::shared_ptr<ViewController> owner = ViewController::make(platform);
-    ViewController& controller = *owner;
-
+struct PlacedOverview : benchmarks::RunningApp {
     PlacedOverview() {
-        resetProcessState();  // the app's globals start afresh for each repetition
-        controller.sceneView = platform.view;
-        platform.hostViewController(controller);
-        controller.viewDidLoad();
-        controller.viewWillAppear(false);
-        platform.runFrame();
-        controller.pressButton("SolarSystemButton");
         // 100 copies on a 10 x 10 grid of floor points ahead, each placed by a touch on empty space.
         for (int i = 0; i < 100; ++i) {
             platform.view->prepareSceneHits({});
-            platform.view->prepareFeatureHits(
-                {makeTranslation({-2.25f + 0.5f * static_cast<float>(i % 10), -1.4f, -1.5f - 0.4f * static_cast<float>(i / 10)})});
-            memory::MemoryEvent event;
-            controller.touchesEndedWithEvent({std::make_shared<memory::MemoryTouch>(platform.log, CGPoint{195, 700})}, &event);
-            platform.runFrame();
+            placeCopy({-2.25f + 0.5f * static_cast<float>(i % 10), -1.4f, -1.5f - 0.4f * static_cast<float>(i / 10)},
+                      CGPoint{195, 700});
         }
         platform.view->camera.pitch = -0.3f;
     }

@@ -10,8 +10,7 @@
 // ten thousand copies on a few square metres makes the ray meet dozens of them, and a hit test
 // that lists every body it meets then costs in proportion to that list.
 
-#include "app/ViewController.h"
-#include "platform/memory/MemoryPlatform.h"
+#include "benchmarks/RunningApp.h"
 
 #include <benchmark/benchmark.h>
 #include <malloc.h>
@@ -39,16 +38,9 @@ const SCNHitTestOptions kBoxesOnly{{SCNHitTestBoundingBoxOnlyKey, true}};
 std::size_t heapInUse() { return mallinfo2().uordblks; }
 
 /// The app after loading, with the solar system shown and Mars selected, and `copies` copies placed.
-class App {
+class App : public benchmarks::RunningApp {
 public:
     explicit App(std::int64_t copies) : side(std::sqrt(kSquareMetresPerCopy * static_cast<double>(copies))) {
-        resetProcessState();
-        controller.sceneView = platform.view;
-        platform.hostViewController(controller);
-        controller.viewDidLoad();
-        controller.viewWillAppear(false);
-        platform.runFrame();
-        controller.pressButton("SolarSystemButton");
         selectBodyByName("Mars");
         platform.runFrame();
         platform.view->camera = SimulatedCamera{};
@@ -72,11 +64,7 @@ public:
 
     /// A touch that places a copy at `floorPoint`, and the frame that adds it.
     void place(SCNVector3 floorPoint) {
-        gestureHandled = false;
-        platform.view->prepareFeatureHits({makeTranslation(floorPoint)});
-        MemoryEvent event;
-        controller.touchesEndedWithEvent({std::make_shared<MemoryTouch>(platform.log, kFinger)}, &event);
-        platform.runFrame();
+        placeCopy(floorPoint, kFinger);
         platform.log->clear();
     }
 
@@ -100,9 +88,6 @@ public:
     static constexpr float kFloor = -1.4f;
     static constexpr float kCopyCentreHeight = kFloor + 0.5f;
 
-    MemoryPlatform platform;
-    std::shared_ptr<ViewController> owner = ViewController::make(platform);
-    ViewController& controller = *owner;
     double side;
     double memoryPerCopy = 0;
     std::size_t hitsAtFinger = 0;
