@@ -109,6 +109,18 @@ TEST_F(MemoryHitTest, OverlapsAreOrderedByWhereTheRayEntersAndBoxesBehindAreNeve
     EXPECT_EQ(hitNodes(centre()), (std::vector<std::shared_ptr<SCNNode>>{longBox, shortBox}));
 }
 
+TEST_F(MemoryHitTest, EquallyNearHitsComeInWalkOrder) {
+    const auto sameBox = [] { return boxNode({-1, -1, -6}, {1, 1, -5}); };
+    auto group = MemoryNode::make(), inGroup = sameBox(), parent = sameBox(), child = sameBox(), last = sameBox();
+    group->appendChild(inGroup);
+    parent->appendChild(child);
+    for (const auto& node : {last, group, parent, last}) root->appendChild(node);  // `last` again: now last
+    using Nodes = std::vector<std::shared_ptr<SCNNode>>;
+    EXPECT_EQ(hitNodes(centre()), (Nodes{inGroup, parent, child, last}));
+    root->appendChild(group);
+    EXPECT_EQ(hitNodes(centre()), (Nodes{parent, child, last, inGroup}));
+}
+
 TEST_F(MemoryHitTest, ProjectionIsTheInverseOfTheRayAndSeesNothingBehind) {
     auto& camera = platform.view->camera;
     camera.position = {0.5f, 0.2f, 1};
