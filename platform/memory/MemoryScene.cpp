@@ -557,8 +557,12 @@ void MemoryNode::syncAnimated() {
         top().index_->removeAnimated(*this);
 }
 
-void MemoryNode::noteChanged(bool moved) {
-    if (moved) invalidateWorld();
+void MemoryNode::noteMoved() {
+    invalidateWorld();
+    noteChanged();
+}
+
+void MemoryNode::noteChanged() {
     if (SceneIndex* index = top().index_.get()) index->noteChanged(*this);
 }
 
@@ -610,22 +614,22 @@ void MemoryNode::invalidateWorld() {
 
 void MemoryNode::assignPosition(SCNVector3 position) {
     position_ = position;
-    noteChanged(true);
+    noteMoved();
 }
 
 void MemoryNode::assignScale(SCNVector3 scale) {
     scale_ = scale;
-    noteChanged(true);
+    noteMoved();
 }
 
 void MemoryNode::assignRotation(SCNVector4 rotation) {
     rotation_ = rotation;
-    noteChanged(true);
+    noteMoved();
 }
 
 void MemoryNode::assignGeometry(std::shared_ptr<SCNGeometry> geometry) {
     geometry_ = std::move(geometry);
-    noteChanged(false);
+    noteChanged();
 }
 
 void MemoryNode::setTransformMatrix(const simd_float4x4& matrix) {

@@ -192,8 +192,10 @@ private:
     friend class SceneIndex;
     /// Drops the cached world transform of this node and of its descendants.
     void invalidateWorld();
-    /// After a change of transform or geometry: drops cached world transforms and tells the index.
-    void noteChanged(bool moved);
+    /// After a change of transform: drops cached world transforms and tells the index.
+    void noteMoved();
+    /// After a change of geometry: tells the index.
+    void noteChanged();
     /// The topmost ancestor: this node when it has no parent.
     MemoryNode& top();
     /// The index kept by the topmost ancestor, made when there is none yet.

@@ -283,7 +283,6 @@ SceneIndex::~SceneIndex() {
 }
 
 void SceneIndex::addAnimated(MemoryNode& node) {
-    if (node.animatedSlot_ >= 0) return;
     node.animatedSlot_ = static_cast<std::int32_t>(animated_.size());
     animated_.push_back(&node);
 }

@@ -90,6 +90,7 @@ public:
 
     /// Nodes of the tree with running actions, in no particular order.
     const std::vector<MemoryNode*>& animated() const { return animated_; }
+    /// Lists a node not listed yet (nodes are unlisted whenever they leave an index).
     void addAnimated(MemoryNode& node);
     void removeAnimated(MemoryNode& node);
     /// Registers every node of `subtree` (just attached) that has running actions.
