@@ -98,6 +98,15 @@ TEST(MemoryActions, TurnsComposeInTheNodesOwnFrame) {
     EXPECT_VEC3_NEAR(xAxisOf(*node), 0, 1, 0, 1e-6);
 }
 
+TEST(MemoryActions, ATurnByNothingLeavesTheRotationAsItWas) {
+    auto node = MemoryNode::make();
+    const SCNVector4 unnormalised{0, 2, 0, 0.5f};  // as a model may give it; a real turn would normalise the axis
+    node->assignRotation(unnormalised);
+    node->runActionForKey(SCNAction::rotateByXYZDuration(0, 0, 0, 1), "still");
+    node->advanceActions(0.5);
+    EXPECT_EQ(node->nodeRotation(), unnormalised);
+}
+
 TEST(MemoryActions, RepeatCountsAndZeroDurations) {
     auto node = MemoryNode::make();
     node->runActionForKey(SCNAction::repeatActionCount(SCNAction::scaleByDuration(2, 1), 3), "grow");

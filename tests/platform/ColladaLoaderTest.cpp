@@ -325,6 +325,15 @@ TEST(ColladaLoader, TriangulatesPolylistsAndReadsColours) {
     ASSERT_EQ(mesh->materials.size(), 1u);
     EXPECT_EQ(mesh->materials[0]->name, "red") << "unbound symbol taken as the material id";
     EXPECT_EQ(std::get<UIColor>(mesh->materials[0]->diffuseProperty->contents), (UIColor{1, 0, 0, 0.5}));
+
+    // A constant (unlit) effect gives its colour as emission only.
+    const auto at = document.find("<lambert><diffuse><color>1 0 0 0.5</color></diffuse></lambert>");
+    ASSERT_NE(at, std::string::npos);
+    document.replace(at, 62, "<constant><emission><color>0 1 0 1</color></emission></constant>");
+    const auto unlit = loadColladaBytes(document, "/");
+    ASSERT_NE(unlit, nullptr);
+    EXPECT_EQ(std::get<UIColor>(meshOf(unlit->root()->children()[0])->materials[0]->diffuseProperty->contents),
+              (UIColor{0, 1, 0, 1}));
 }
 
 // --- Broken and hostile input ---------------------------------------------------

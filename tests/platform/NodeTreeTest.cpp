@@ -100,3 +100,20 @@ TEST(MemoryNodeTree, CloneCopiesTheSubtreeAndSharesGeometry) {
     EXPECT_EQ(model->children().size(), 1u);
     EXPECT_EQ(model->parentNode(), holder);
 }
+
+TEST(MemoryNodeTree, TransformMatricesComeBackFromPositionRotationAndScale) {
+    // Half turns about each axis and a general turn: each takes a different way from matrix to rotation.
+    const SCNVector4 turns[] = {{1, 0, 0, 3.1415926f}, {0, 1, 0, 3.1415926f}, {0, 0, 1, 3.1415926f}, {1, 2, 3, 0.7f}};
+    for (const SCNVector4& turn : turns) {
+        auto source = MemoryNode::make();
+        source->assignPosition({1, -2, 3});
+        source->assignRotation(turn);
+        source->assignScale({2, 0.5f, 3});
+        const simd_float4x4 matrix = source->localTransform();
+        auto copy = MemoryNode::make();
+        copy->setTransformMatrix(matrix);
+        const simd_float4x4 back = copy->localTransform();
+        for (int c = 0; c < 4; ++c)
+            for (int r = 0; r < 4; ++r) EXPECT_NEAR(back.columns[c][r], matrix.columns[c][r], 1e-5f) << turn.x << turn.y << turn.z;
+    }
+}
