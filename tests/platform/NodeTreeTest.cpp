@@ -102,6 +102,12 @@ TEST(MemoryNodeTree, CloneCopiesTheSubtreeAndSharesGeometry) {
 }
 
 TEST(MemoryNodeTree, TransformMatricesComeBackFromPositionRotationAndScale) {
+    // A new node stands at the origin, unturned (all four rotation numbers zero), at unit scale.
+    const auto fresh = MemoryNode::make();
+    EXPECT_EQ(fresh->position(), (SCNVector3{0, 0, 0}));
+    EXPECT_EQ(fresh->rotation(), (SCNVector4{0, 0, 0, 0}));
+    EXPECT_EQ(fresh->scale(), (SCNVector3{1, 1, 1}));
+
     // Half turns about each axis and a general turn: each takes a different way from matrix to rotation.
     const SCNVector4 turns[] = {{1, 0, 0, 3.1415926f}, {0, 1, 0, 3.1415926f}, {0, 0, 1, 3.1415926f}, {1, 2, 3, 0.7f}};
     for (const SCNVector4& turn : turns) {
