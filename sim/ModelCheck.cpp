@@ -15,8 +15,12 @@ namespace {
 
 constexpr int kRefusedStatus = 2;
 
+// Built by appends: GCC 12 at -O3 warns falsely (-Wrestrict) about chains of string additions.
 std::string location(const std::filesystem::path& file, std::size_t line) {
-    return "orrery-sim: " + file.string() + (line ? ":" + std::to_string(line) : std::string()) + ": ";
+    std::string out = "orrery-sim: ";
+    out += file.string();
+    if (line) out.append(":").append(std::to_string(line));
+    return out.append(": ");
 }
 
 std::string number(float value) {
@@ -25,7 +29,11 @@ std::string number(float value) {
     return buf;
 }
 
-std::string vector(const SCNVector3& v) { return "(" + number(v.x) + ", " + number(v.y) + ", " + number(v.z) + ")"; }
+std::string vector(const SCNVector3& v) {
+    std::string out = "(";
+    out.append(number(v.x)).append(", ").append(number(v.y)).append(", ").append(number(v.z));
+    return out.append(")");
+}
 
 /// Why a node's name would be mistaken for one of the app's own nodes, or empty.
 std::string reservedNameReason(const std::string& name, const std::string& labelName) {

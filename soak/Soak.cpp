@@ -120,7 +120,12 @@ private:
     std::string point() { return number(0, 390) + "," + number(0, 844); }
     std::string floorPoint() { return number(-4, 4) + ",-1.4," + number(-4, 4); }
     std::string state() { return pickOf(kStates); }
-    std::string target() { return "@" + pickOf(kBodies) + (pick(2) ? "/mesh" : ""); }
+    std::string target() {
+        std::string out = "@";  // appended: GCC 12 at -O3 warns falsely (-Wrestrict) about "@" + string
+        out += pickOf(kBodies);
+        if (pick(2)) out += "/mesh";
+        return out;
+    }
 
     std::mt19937_64 random_;
 };

@@ -44,8 +44,14 @@ inline std::string compact(const Json& j) {
 
 /// One platform call as a line: "Earth.setScale: [0.5,0.5,0.5]" (receiver's name, operation, arguments).
 inline std::string line(const std::optional<std::string>& target, const std::string& op, const Json& args = Json::array()) {
-    std::string text = target ? *target + "." + op : op;
-    if (!args.empty()) text += " " + compact(args).substr(1, compact(args).size() - 2);
+    // Built by appends: GCC 12 at -O3 warns falsely (-Wrestrict) about chains of string additions.
+    std::string text;
+    if (target) text.append(*target).append(".");
+    text += op;
+    if (!args.empty()) {
+        const std::string all = compact(args);
+        text.append(" ").append(all, 1, all.size() - 2);
+    }
     return text;
 }
 inline std::string line(const memory::PlatformCall& call) { return line(call.target, call.op, call.args); }

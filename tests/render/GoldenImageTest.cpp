@@ -34,7 +34,7 @@ public:
     fs::path path;
 };
 
-std::string quoted(const fs::path& p) { return "'" + p.string() + "'"; }
+std::string quoted(const fs::path& p) { return std::string("'").append(p.string()).append("'"); }
 
 /// Runs orrery-sim in `dir` with `arguments` (already quoted) and the scenario on standard input;
 /// returns its exit status, or -1 when it did not exit normally.

@@ -72,9 +72,9 @@ TEST(BadInput, MessagesQuoteABoundedEscapedPrefix) {
         {"back\\slash", "'back\\\\slash'"},
         {"\xC3\xBC ok", "'\xC3\xBC ok'"},                       // UTF-8 stays readable
         {"\xFF\xC3(\xED\xA0\x80", "'\\xFF\\xC3(\\xED\\xA0\\x80'"},  // not UTF-8, a surrogate
-        {std::string(70, 'x'), "'" + std::string(kQuotedPrefixBytes, 'x') + "... (70 bytes)'"},
+        {std::string(70, 'x'), std::string("'").append(kQuotedPrefixBytes, 'x').append("... (70 bytes)'")},
         // A character that does not fit the prefix whole is left out whole.
-        {std::string(63, 'x') + "\xC3\xBC", "'" + std::string(63, 'x') + "... (65 bytes)'"},
+        {std::string(63, 'x') + "\xC3\xBC", std::string("'").append(63, 'x').append("... (65 bytes)'")},
     };
     for (const auto& c : cases) EXPECT_EQ(quotedWord(c.word), c.shown);
 
