@@ -4,6 +4,8 @@
 #include "content/BodyCatalog.h"
 #include "platform/memory/ColladaLoader.h"
 
+#include "tests/support/Programs.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -18,12 +20,7 @@ namespace {
 
 const std::filesystem::path kSource = ORRERY_SOURCE_DIR;
 
-std::string readFile(const std::filesystem::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
+using orrery::testing::readFile;
 
 std::shared_ptr<MemoryMeshGeometry> meshOf(const std::shared_ptr<MemoryNode>& node) {
     return std::dynamic_pointer_cast<MemoryMeshGeometry>(node->nodeGeometry());

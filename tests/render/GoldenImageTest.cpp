@@ -5,11 +5,14 @@
 
 #include "render/Snapshot.h"
 
+#include "tests/support/Programs.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <string>
 
 namespace {
@@ -21,35 +24,16 @@ using orrery::render::readPng;
 const fs::path kSceneDir = fs::path(ORRERY_SOURCE_DIR) / "tests/render/scenes";
 const fs::path kGoldenDir = fs::path(ORRERY_SOURCE_DIR) / "tests/render/golden";
 
-class WorkDir {
-public:
-    WorkDir() {
-        std::string pattern = (fs::temp_directory_path() / "orrery-render-test-XXXXXX").string();
-        path = mkdtemp(pattern.data());
-    }
-    ~WorkDir() {
-        std::error_code ec;
-        fs::remove_all(path, ec);
-    }
-    fs::path path;
-};
+using orrery::testing::readFile;
+using WorkDir = orrery::testing::TempDir;
 
-std::string quoted(const fs::path& p) { return std::string("'").append(p.string()).append("'"); }
-
-/// Runs orrery-sim in `dir` with `arguments` (already quoted) and the scenario on standard input;
-/// returns its exit status, or -1 when it did not exit normally.
-int runSimIn(const fs::path& dir, const std::string& arguments, const std::string& scenario) {
-    std::ofstream(dir / "scenario.in") << scenario;
-    // Software rendering everywhere, so pictures do not depend on a GPU.
-    const std::string command = "cd " + quoted(dir) + " && LIBGL_ALWAYS_SOFTWARE=1 " + quoted(ORRERY_SIM_BINARY) + " " +
-                                arguments + " < scenario.in > out.txt 2> err.txt";
-    const int status = std::system(command.c_str());
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-}
-
-std::string slurp(const fs::path& file) {
-    std::ifstream in(file);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+/// Runs orrery-sim in `dir` with the space-separated `arguments` and the scenario on standard
+/// input, drawing in software everywhere so that pictures do not depend on a GPU.
+orrery::testing::ProgramRun runSimIn(const fs::path& dir, const std::string& arguments, const std::string& scenario) {
+    std::vector<std::string> argv{ORRERY_SIM_BINARY};
+    std::istringstream words(arguments);
+    for (std::string word; words >> word;) argv.push_back(word);
+    return orrery::testing::runProgram(argv, dir, scenario, {"LIBGL_ALWAYS_SOFTWARE=1"});
 }
 
 /// How far two pictures of the same size are apart.
@@ -82,9 +66,10 @@ class GoldenImage : public ::testing::TestWithParam<const char*> {};
 TEST_P(GoldenImage, MatchesCommittedPicture) {
     const std::string name = GetParam();
     WorkDir work;
-    const std::string scenario = slurp(kSceneDir / (name + ".scenario"));
+    const std::string scenario = readFile(kSceneDir / (name + ".scenario"));
     ASSERT_FALSE(scenario.empty()) << "missing scene " << name;
-    ASSERT_EQ(runSimIn(work.path, "-", scenario), 0) << slurp(work.path / "err.txt");
+    const auto run = runSimIn(work.path, "-", scenario);
+    ASSERT_EQ(run.status, 0) << run.err;
     const Image actual = readPng(work.path / (name + ".png"));
 
     const fs::path golden = kGoldenDir / (name + ".png");
@@ -136,10 +121,9 @@ class SnapshotCommand : public ::testing::TestWithParam<SnapshotCase> {};
 TEST_P(SnapshotCommand, WritesPicturesOfTheAskedSizeOrFails) {
     const SnapshotCase& c = GetParam();
     WorkDir work;
-    EXPECT_EQ(runSimIn(work.path, c.arguments, c.scenario), c.status) << c.what << ": " << slurp(work.path / "err.txt");
-    if (c.status != 0) {
-        EXPECT_NE(slurp(work.path / "err.txt").find("orrery-sim: "), std::string::npos) << c.what;
-    }
+    const auto run = runSimIn(work.path, c.arguments, c.scenario);
+    EXPECT_EQ(run.status, c.status) << c.what << ": " << run.err;
+    EXPECT_EQ(c.status == 0, run.err.find("orrery-sim: ") == std::string::npos) << c.what << ": " << run.err;
     if (!c.file) return;
     const Image image = readPng(work.path / c.file);
     EXPECT_EQ(image.width, c.width) << c.what;

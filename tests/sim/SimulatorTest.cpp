@@ -3,35 +3,28 @@
 #include "content/BodyCatalog.h"
 #include "platform/memory/MemoryPlatform.h"
 
+#include "tests/support/Programs.h"
+
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
-
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <sstream>
 #include <string>
 #include <vector>
-
-extern char** environ;
 
 namespace {
 
 namespace fs = std::filesystem;
 using nlohmann::json;
 
-struct SimRun {
-    bool exited = false;
-    int status = -1;  ///< exit status when exited
-    std::string out, err;
+using orrery::testing::readFile;
+using orrery::testing::TempDir;
 
+struct SimRun : orrery::testing::ProgramRun {
     std::vector<json> lines() const {
         std::vector<json> result;
         std::istringstream in(out);
@@ -40,53 +33,12 @@ struct SimRun {
     }
 };
 
-class TempDir {
-public:
-    TempDir() {
-        std::string pattern = (fs::temp_directory_path() / "orrery-sim-test-XXXXXX").string();
-        path = mkdtemp(pattern.data());
-    }
-    ~TempDir() {
-        std::error_code ec;
-        fs::remove_all(path, ec);
-    }
-    fs::path path;
-};
-
-std::string slurp(const fs::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
 /// Runs the simulator with `args`; `scenario` is given on standard input.
 SimRun runSim(const std::vector<std::string>& args, const std::string& scenario = "") {
     TempDir dir;
-    const fs::path in = dir.path / "in", out = dir.path / "out", err = dir.path / "err";
-    std::ofstream(in, std::ios::binary) << scenario;
-
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 0, in.c_str(), O_RDONLY, 0);
-    posix_spawn_file_actions_addopen(&actions, 1, out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    posix_spawn_file_actions_addopen(&actions, 2, err.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
     std::vector<std::string> all{ORRERY_SIM_BINARY};
     all.insert(all.end(), args.begin(), args.end());
-    std::vector<char*> argv;
-    for (auto& a : all) argv.push_back(a.data());
-    argv.push_back(nullptr);
-
-    SimRun run;
-    pid_t pid = 0;
-    if (posix_spawn(&pid, ORRERY_SIM_BINARY, &actions, nullptr, argv.data(), environ) == 0) {
-        int status = 0;
-        waitpid(pid, &status, 0);
-        run.exited = WIFEXITED(status);
-        run.status = run.exited ? WEXITSTATUS(status) : -1;
-    }
-    posix_spawn_file_actions_destroy(&actions);
-    run.out = slurp(out);
-    run.err = slurp(err);
-    return run;
+    return {orrery::testing::runProgram(all, dir.path, scenario)};
 }
 
 /// Runs a scenario read from standard input and expects it to end normally.
@@ -385,7 +337,7 @@ TEST_F(OrrerySimTest, NamesTheLineOfAModelItCannotLoadOrLoadsInPart) {
         if (entry.path().filename() != "Earth") fs::create_directory_symlink(entry.path(), assets / entry.path().filename());
     for (const auto& entry : fs::directory_iterator(shipped / "Earth"))
         if (entry.path().filename() != "Earth.dae") fs::create_symlink(entry.path(), assets / "Earth" / entry.path().filename());
-    const std::string earth = slurp(shipped / "Earth/Earth.dae");
+    const std::string earth = readFile(shipped / "Earth/Earth.dae");
     const std::size_t p = earth.find("<p>");
     ASSERT_NE(p, std::string::npos);
     const auto triangles = std::ptrdiff_t(earth.find("<triangles"));

@@ -3,6 +3,8 @@
 
 #include "AssetGen.h"
 
+#include "tests/support/Programs.h"
+
 #include <gtest/gtest.h>
 #include <stb_image.h>
 
@@ -28,12 +30,7 @@ namespace fs = std::filesystem;
 const fs::path kAssets = fs::path(ORRERY_SOURCE_DIR) / "art.scnassets";
 const std::string kGenerator = ORRERY_ASSETGEN_BINARY;
 
-std::string readFile(const fs::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
+using orrery::testing::readFile;
 
 /// Every regular file below `root`, by path relative to it.
 std::map<std::string, fs::path> filesBelow(const fs::path& root) {

@@ -5,6 +5,8 @@
 
 #include "app/ViewController.h"
 
+#include "tests/support/Programs.h"
+
 #include <gtest/gtest.h>
 #if defined(__SANITIZE_ADDRESS__)
 #include <sanitizer/lsan_interface.h>
@@ -56,10 +58,7 @@ struct Live {
     }
 };
 
-std::string slurp(const fs::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
+using orrery::testing::readFile;
 
 /// What a headless run of the scenario text prints.
 std::vector<std::string> replay(const std::string& scenario) {
@@ -136,7 +135,7 @@ TEST(LiveSession, RecordingReplaysToTheSameDumps) {
     const std::string recorded = live.file.str();
     EXPECT_NE(recorded.find("\nframe "), std::string::npos) << "frames are folded into 'frame N'";
     EXPECT_EQ(replay(recorded), live.printed);
-    EXPECT_EQ(slurp("snapshot-1.png"), slurp("live.png"));
+    EXPECT_EQ(readFile("snapshot-1.png"), readFile("live.png"));
     EXPECT_GT(fs::file_size("live.png"), 1000u);
     fs::current_path(previous);
     fs::remove_all(dir);

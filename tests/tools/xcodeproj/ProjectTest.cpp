@@ -4,6 +4,8 @@
 
 #include "tests/tools/xcodeproj/OldStylePlist.h"
 
+#include "tests/support/Programs.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -27,12 +29,6 @@ const fs::path kRoot = ORRERY_SOURCE_DIR;
 const fs::path kProject = kRoot / "OrreryAR.xcodeproj" / "project.pbxproj";
 const fs::path kTools = kRoot / "tools" / "xcodeproj";
 
-std::string readFile(const fs::path& file) {
-    std::ifstream in(file, std::ios::binary);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
 
 /// Runs a shell command; its output and whether it succeeded.
 std::pair<std::string, bool> run(const std::string& command) {
