@@ -236,37 +236,22 @@ Placement placeNode(const Matrix& m, MemoryNode& node, std::shared_ptr<MemoryNod
         for (int j = 0; j < 3; ++j) s[i][j] = a[0][i] * a[0][j] + a[1][i] * a[1][j] + a[2][i] * a[2][j];
     symmetricEigen(s, v);
     if (determinant(v) < 0)
-        for (int r = 0; r < 3; ++r) v[r][2] = -v[r][2];
+        for (auto& row : v) row[2] = -row[2];
     double sigma[3], u[3][3];
     const double largest = std::sqrt(std::max({s[0][0], s[1][1], s[2][2], 0.0}));
     for (int c = 0; c < 3; ++c) {
         sigma[c] = std::sqrt(std::max(s[c][c], 0.0));
         for (int r = 0; r < 3; ++r) u[r][c] = a[r][0] * v[0][c] + a[r][1] * v[1][c] + a[r][2] * v[2][c];
     }
-    // Columns of u are a v_i / sigma_i; collapsed axes get any direction that keeps u orthonormal.
-    Vec columns[3];
-    bool have[3];
-    for (int c = 0; c < 3; ++c) {
-        columns[c] = {u[0][c], u[1][c], u[2][c]};
-        have[c] = sigma[c] > 1e-12 * largest && normalize(columns[c]);
-    }
-    for (int c = 0; c < 3; ++c) {
-        if (have[c]) continue;
-        const Vec& other = have[(c + 1) % 3] ? columns[(c + 1) % 3] : columns[(c + 2) % 3];
-        if (have[(c + 1) % 3] && have[(c + 2) % 3]) {
-            columns[c] = cross(columns[(c + 1) % 3], columns[(c + 2) % 3]);
-        } else {
-            const bool anyOther = have[(c + 1) % 3] || have[(c + 2) % 3];
-            const Vec seed = anyOther && std::abs(other[0]) < 0.9 ? Vec{1, 0, 0} : Vec{0, 1, 0};
-            columns[c] = anyOther ? cross(other, seed) : (c == 0 ? Vec{1, 0, 0} : c == 1 ? Vec{0, 1, 0} : Vec{0, 0, 1});
-            normalize(columns[c]);
-        }
-        have[c] = true;
-    }
-    // A mirror stays in u (its determinant is negative), which setOrthogonal turns into negative scale.
+    // Columns of u are a v_i / sigma_i. An axis the matrix collapses keeps scale 0 and no
+    // direction; the node completes its frame. A mirror stays in u (its determinant is
+    // negative), which setOrthogonal turns into negative scale.
     double outer[3][3];
-    for (int r = 0; r < 3; ++r)
-        for (int c = 0; c < 3; ++c) outer[r][c] = columns[c][r] * sigma[c];
+    for (int c = 0; c < 3; ++c) {
+        Vec column{u[0][c], u[1][c], u[2][c]};
+        const bool kept = sigma[c] > 1e-12 * largest && normalize(column);
+        for (int r = 0; r < 3; ++r) outer[r][c] = kept ? column[r] * sigma[c] : 0.0;
+    }
     if (!setOrthogonal(node, outer, t)) return Placement::tooLarge;
     double vt[3][3];
     const double zero[3] = {0, 0, 0};

@@ -4,6 +4,7 @@
 #include "platform/memory/TextLayout.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -635,12 +636,38 @@ void MemoryNode::assignGeometry(std::shared_ptr<SCNGeometry> geometry) {
 void MemoryNode::setTransformMatrix(const simd_float4x4& matrix) {
     const auto& c = matrix.columns;
     assignPosition({c[3][0], c[3][1], c[3][2]});
-    double scale[3], r[3][3];
+    using Axis = std::array<double, 3>;
+    const auto cross = [](const Axis& a, const Axis& b) {
+        return Axis{a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
+    };
+    const auto unit = [](Axis& a) {
+        const double length = std::sqrt(a[0] * a[0] + a[1] * a[1] + a[2] * a[2]);
+        for (double& x : a) x /= length;
+    };
+    double scale[3];
+    Axis axes[3];
+    bool known[3];
     for (int col = 0; col < 3; ++col) {
-        scale[col] = std::sqrt(d(c[col][0]) * d(c[col][0]) + d(c[col][1]) * d(c[col][1]) + d(c[col][2]) * d(c[col][2]));
-        for (int row = 0; row < 3; ++row)
-            r[row][col] = scale[col] > 0 ? d(c[col][row]) / scale[col] : (row == col ? 1.0 : 0.0);
+        axes[col] = {d(c[col][0]), d(c[col][1]), d(c[col][2])};
+        scale[col] = std::sqrt(axes[col][0] * axes[col][0] + axes[col][1] * axes[col][1] + axes[col][2] * axes[col][2]);
+        known[col] = scale[col] > 0;
+        if (known[col]) unit(axes[col]);
     }
+    // An axis scaled to nothing has no direction of its own: any that completes a right-handed
+    // frame with the others leaves the matrix as it is and keeps the rotation a rotation.
+    const int count = known[0] + known[1] + known[2];
+    if (count == 0) axes[0] = {1, 0, 0}, known[0] = true;
+    if (count <= 1) {
+        const int at = known[0] ? 0 : known[1] ? 1 : 2, next = (at + 1) % 3;
+        axes[next] = cross(axes[at], std::abs(axes[at][0]) < 0.9 ? Axis{1, 0, 0} : Axis{0, 1, 0});
+        unit(axes[next]);
+        known[next] = true;
+    }
+    for (int col = 0; col < 3; ++col)
+        if (!known[col]) axes[col] = cross(axes[(col + 1) % 3], axes[(col + 2) % 3]);
+    double r[3][3];
+    for (int col = 0; col < 3; ++col)
+        for (int row = 0; row < 3; ++row) r[row][col] = axes[col][row];
     assignScale({static_cast<float>(scale[0]), static_cast<float>(scale[1]), static_cast<float>(scale[2])});
     assignRotation(Quat::fromMatrix(r).toAxisAngle());
 }
