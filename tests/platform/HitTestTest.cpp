@@ -208,3 +208,15 @@ TEST_F(MemoryHitTest, FeaturePointsLieOnTheRoomNearestFirst) {
     // Looking up there is nothing to hit.
     EXPECT_TRUE(platform.view->hitTestTypes({195, 100}, ARHitTestResultTypeFeaturePoint).empty());
 }
+
+TEST_F(MemoryHitTest, ABoxGrownBeyondFloatsOfTheIndexIsStillHitOnce) {
+    auto body = model("Body", {0, 0, -5}, 1);
+    root->appendChild(body);
+    ASSERT_EQ(hitNodes(centre()).size(), 1u);
+    // Too large for the index's boxes: tested on every query instead, and only there.
+    body->assignScale({1e31f, 1e31f, 1e31f});
+    EXPECT_EQ(hitNodes(centre()), (std::vector<std::shared_ptr<SCNNode>>{body->children()[0]}));
+    body->assignScale({1, 1, 1});
+    EXPECT_EQ(hitNodes(centre()).size(), 1u);
+    EXPECT_TRUE(hitNodes({0, 0}).empty());
+}

@@ -2,6 +2,7 @@
 // and the frame's bookkeeping of the nodes whose actions run.
 
 #include "platform/memory/MemoryPlatform.h"
+#include "platform/memory/SceneIndex.h"
 #include "tests/platform/MemoryTestSupport.h"
 
 #include <gtest/gtest.h>
@@ -65,7 +66,8 @@ public:
 
     void place(MemoryNode& node) {
         node.assignPosition({f(-6, 6), f(-4, 4), f(-6, 6)});
-        const float s = pick(10) == 0 ? 0.0f : f(0.2, 1.5);
+        // Now and then no size at all, or one beyond what the index keeps boxes for.
+        const float s = pick(10) == 0 ? 0.0f : pick(40) == 0 ? 1e31f : f(0.2, 1.5);
         node.assignScale({s, pick(2) ? s : f(0.2, 1.5), s});
         node.assignRotation({f(-1, 1), f(-1, 1), f(-1, 1), f(-pi, pi)});
     }
@@ -144,6 +146,22 @@ TEST(SceneIndex, AnswersAsTheExhaustiveHitTestWhileTheSceneChanges) {
     // The scenes really are hit, with twins among the hits.
     EXPECT_GT(hits, 2000u);
     EXPECT_GT(ties, 20u);
+}
+
+TEST(SceneIndex, RaysMeetBoxesAheadOfThemOnly) {
+    const WorldBox box{{{1, 1, 1}}, {{2, 2, 2}}};
+    struct Ray {
+        std::array<double, 3> origin, direction;
+        bool meets;
+    };
+    const Ray rays[] = {
+        {{0, 0, 0}, {1, 1, 1}, true},        {{0, 0, 0}, {-1, -1, -1}, false},  // ahead, behind
+        {{1.5, 1.5, 0}, {0, 0, 1}, true},    {{1.5, 0.5, 0}, {0, 0, 1}, false},  // parallel to two axes
+        {{1.5, 2.5, 0}, {0, 0, 1}, false},   {{0.5, 1.5, 0}, {0, 0, 1}, false},
+        {{1.5, 1.5, 1.5}, {0, -1, 0}, true},  // from inside
+        {{0, 0, 1.5}, {1, 3, 0}, false},     {{0, 0, 1.5}, {1, 1, 0}, true},   // passing beside, through
+    };
+    for (const Ray& r : rays) EXPECT_EQ(box.metBy(r.origin, r.direction), r.meets) << r.origin[0] << "," << r.origin[1];
 }
 
 TEST(SceneIndex, FramesRunTheActionsOfTheSceneAlone) {
