@@ -1,5 +1,5 @@
 // Loading model files into in-memory scenes: the shipped models, hand-written
-// documents, and broken or hostile input.
+// documents, and broken or hostile input (damaged and random bytes are the fuzz target's).
 
 #include "content/BodyCatalog.h"
 #include "platform/memory/ColladaLoader.h"
@@ -333,6 +333,31 @@ TEST(ColladaLoader, TriangulatesPolylistsAndReadsColours) {
               (UIColor{0, 1, 0, 1}));
 }
 
+TEST(ColladaLoader, SkinsTurnTheirNormalsByTheInverseTransposeOfTheBindShape) {
+    // Normal (1, 2, 3) through diag(sx, 3, 4) becomes (1 / sx, 2 / 3, 3 / 4), normalised; a mirror keeps it outward.
+    for (const double sx : {2.0, -2.0}) {
+        std::string document = quadDocument("0 0 0 1 0 1 2 0 2 0 0 0 2 0 2 3 0 3", R"(count="4" stride="3")",
+                                            "-0.5 -0.5 0 0.5 -0.5 0 0.5 0.5 0 -0.5 0.5 0",
+                                            R"(<node name="S"><instance_controller url="#skin"/></node>)");
+        document.replace(document.find(">0 0 1<"), 7, ">1 2 3<");
+        document.insert(document.find("<library_visual_scenes>"),
+                        "<library_controllers><controller id=\"skin\"><skin source=\"#quad\"><bind_shape_matrix>" +
+                            std::to_string(sx) + " 0 0 1 0 3 0 0 0 0 4 0 0 0 0 1</bind_shape_matrix></skin></controller></library_controllers>");
+        const auto scene = loadColladaBytes(document, "/");
+        ASSERT_NE(scene, nullptr);
+        const auto mesh = meshOf(scene->root()->children().at(0));
+        ASSERT_NE(mesh, nullptr);
+        ASSERT_EQ(mesh->normals.size(), 4u);
+        const double x = 1 / sx, y = 2.0 / 3, z = 0.75, length = std::sqrt(x * x + y * y + z * z);
+        for (const SCNVector3& n : mesh->normals) {
+            EXPECT_NEAR(n.x, x / length, 1e-6) << sx;
+            EXPECT_NEAR(n.y, y / length, 1e-6) << sx;
+            EXPECT_NEAR(n.z, z / length, 1e-6) << sx;
+        }
+        EXPECT_EQ(mesh->positions[0], (SCNVector3{static_cast<float>(-0.5 * sx + 1), -1.5f, 0}));
+    }
+}
+
 // --- Broken and hostile input ---------------------------------------------------
 
 TEST(ColladaLoader, RejectsFilesThatAreNotModels) {
@@ -346,14 +371,6 @@ TEST(ColladaLoader, RejectsFilesThatAreNotModels) {
     const std::string sun = readFile(kSource / "art.scnassets/Sun/Sun.dae");
     ASSERT_GT(sun.size(), 1000u);
     EXPECT_EQ(loadColladaBytes(sun.substr(0, sun.size() / 2), "/"), nullptr) << "truncated";
-
-    std::string noise(4096, '\0');
-    std::uint32_t state = 12345;
-    for (char& c : noise) {
-        state = state * 1664525u + 1013904223u;
-        c = static_cast<char>(state >> 24);
-    }
-    EXPECT_EQ(loadColladaBytes(noise, "/"), nullptr) << "random bytes";
 }
 
 TEST(ColladaLoader, LeavesOutInconsistentMeshData) {
@@ -430,33 +447,6 @@ TEST(ColladaLoader, SurvivesHostileGraphsAndBadTransforms) {
     // Finite numbers whose product leaves the float range cannot be a node's transform.
     EXPECT_EQ(loadColladaBytes(quadDocument(p, acc, pos, R"(<node><scale>1e30 1e30 1e30</scale><scale>1e30 1e30 1e30</scale></node>)"), "/"),
               nullptr);
-}
-
-TEST(ColladaLoader, DamagedCopiesOfAShippedModelNeverCrash) {
-    // Every result must be null or a scene with a root; the sanitizer build catches the rest.
-    const std::string saturn = readFile(kSource / "art.scnassets/Saturn/Saturn.dae");
-    ASSERT_FALSE(saturn.empty());
-    std::uint32_t state = 777;
-    auto next = [&] {
-        state = state * 1664525u + 1013904223u;
-        return state >> 8;
-    };
-    int loaded = 0;
-    for (int round = 0; round < 60; ++round) {
-        std::string copy = saturn;
-        for (int k = 0; k < 1 + round % 4; ++k) {
-            const std::size_t at = next() % copy.size();
-            // Digits swapped for digits keep the XML valid and reach the index checks.
-            copy[at] = std::isdigit(static_cast<unsigned char>(copy[at])) ? static_cast<char>('0' + next() % 10)
-                                                                          : static_cast<char>(next() & 0xff);
-        }
-        const auto scene = loadColladaBytes(copy, "/");
-        if (scene) {
-            ++loaded;
-            EXPECT_NE(scene->root(), nullptr);
-        }
-    }
-    EXPECT_GT(loaded, 0) << "some damage is harmless";
 }
 
 } // namespace
