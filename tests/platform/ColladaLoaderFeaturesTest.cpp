@@ -189,6 +189,17 @@ TEST(ColladaLoaderFiles, EachFeatureAndFailureMode) {
     EXPECT_EQ(missing.error->message, "cannot open the file: No such file or directory");
 }
 
+TEST(ColladaLoaderFiles, AsManyNodesAsAllowedButNoMore) {
+    for (const std::size_t count : {100000u, 100001u}) {
+        std::string nodes;
+        for (std::size_t i = 0; i < count; ++i) nodes += "<node/>";
+        ModelReport report;
+        const auto scene = loadColladaBytes(document("", nodes), "/", nullptr, &report);
+        EXPECT_EQ(scene != nullptr, count == 100000u) << count;
+        EXPECT_EQ(scene ? scene->root()->children().size() : 0u, count == 100000u ? count : 0u);
+    }
+}
+
 SCNVector3 apply(const simd_float4x4& m, SCNVector3 p) {
     const auto& c = m.columns;
     return {c[0][0] * p.x + c[1][0] * p.y + c[2][0] * p.z + c[3][0], c[0][1] * p.x + c[1][1] * p.y + c[2][1] * p.z + c[3][1],

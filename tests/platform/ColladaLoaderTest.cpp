@@ -232,6 +232,56 @@ TEST(ColladaLoader, ReadsMeshMaterialsAndResolvesTexturePaths) {
     EXPECT_EQ(std::get<std::string>(mesh->materials[0]->diffuseProperty->contents), "/models/quad/textures/My Skin.png");
 }
 
+TEST(ColladaLoader, ImageAddressesAreDecodedAndResolvedAgainstTheModelsFolder) {
+    const std::pair<const char*, const char*> addresses[] = {
+        {"Skin.pn%67", "/models/quad/Skin.png"},  // an escape at the very end
+        {"%41%6a%4B.png", "/models/quad/AjK.png"},
+        {"Skin%2", "/models/quad/Skin%2"},  // incomplete or not hexadecimal: kept as written
+        {"Skin%zz.png", "/models/quad/Skin%zz.png"},
+        {" \n ../maps/Skin.png \t", "/models/maps/Skin.png"},
+        {"file:///maps/Skin.png", "/maps/Skin.png"},
+        {"<ref>maps/Skin.png</ref>", "/models/quad/maps/Skin.png"},
+    };
+    for (const auto& [written, resolved] : addresses) {
+        std::string document = quadDocument();
+        const std::string original = "textures/My%20Skin.png";
+        document.replace(document.find(original), original.size(), written);
+        const auto scene = loadColladaBytes(document, "/models/quad");
+        ASSERT_NE(scene, nullptr) << written;
+        EXPECT_EQ(std::get<std::string>(meshOf(scene->root()->children()[0])->materials.at(0)->diffuseProperty->contents), resolved);
+    }
+}
+
+TEST(ColladaLoader, TakesTheFirstTextureCoordinatesAndNothingElseForThem) {
+    // Per-vertex inputs: a colour, then two sets of texture coordinates; the first set counts.
+    const std::string vertices = R"(<vertices id="verts"><input semantic="POSITION" source="#pos"/>
+        <input semantic="COLOR" source="#pos"/><input semantic="TEXCOORD" source="#uv"/>
+        <input semantic="TEXCOORD" source="#uv2"/></vertices>)";
+    const std::string uv2 = R"(<source id="uv2"><float_array id="uv2-a" count="8">9 9 9 9 9 9 9 9</float_array>
+        <technique_common><accessor source="#uv2-a" count="4" stride="2"><param name="S" type="float"/><param name="T" type="float"/>
+        </accessor></technique_common></source>)";
+    for (const bool withTexture : {true, false}) {
+        std::string document = quadDocument("0 1 2 0 2 3");
+        const auto at = document.find("<vertices"), end = document.find("</vertices>") + 11;
+        std::string inputs = vertices;
+        if (!withTexture) inputs.erase(inputs.find("<input semantic=\"TEXCOORD\""));
+        document.replace(at, end - at, withTexture ? uv2 + inputs : inputs + "</vertices>");
+        const auto start = document.find("<input semantic=\"NORMAL\" source=\"#nor\"");
+        document.erase(start, document.find("<p>") - start);
+        const auto scene = loadColladaBytes(document, "/");
+        ASSERT_NE(scene, nullptr) << withTexture;
+        const auto mesh = meshOf(scene->root()->children()[0]);
+        ASSERT_NE(mesh, nullptr);
+        EXPECT_EQ(mesh->indices.size(), 6u);
+        if (!withTexture) {
+            EXPECT_TRUE(mesh->textureCoordinates.empty());
+            continue;
+        }
+        ASSERT_EQ(mesh->textureCoordinates.size(), 4u);
+        EXPECT_EQ(mesh->textureCoordinates[2], (std::array<float, 2>{1, 1}));
+    }
+}
+
 TEST(ColladaLoader, ReadsNumbersInEveryDecimalForm) {
     // The same quad as above, its coordinates spelled with signs, exponents, bare points and
     // more digits than a double holds; each must read as the nearest float.

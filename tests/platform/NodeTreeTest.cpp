@@ -122,4 +122,8 @@ TEST(MemoryNodeTree, TransformMatricesComeBackFromPositionRotationAndScale) {
         for (int c = 0; c < 4; ++c)
             for (int r = 0; r < 4; ++r) EXPECT_NEAR(back.columns[c][r], matrix.columns[c][r], 1e-5f) << turn.x << turn.y << turn.z;
     }
+    // No turn at all reads back as the unturned node does.
+    auto still = MemoryNode::make();
+    still->setTransformMatrix(matrix_identity_float4x4());
+    EXPECT_EQ(still->rotation(), (SCNVector4{0, 0, 0, 0}));
 }
