@@ -187,10 +187,10 @@ bool SimulatedCamera::onScreen(CGPoint point) const {
 SimulatedRoom SimulatedRoom::standard() {
     SimulatedRoom room;
     // Heights are relative to the device where tracking started (about 1.4 m above the floor).
-    room.surfaces.push_back({"floor", -1.4f, -5.0f, 5.0f, -5.0f, 5.0f});
-    room.surfaces.push_back({"coffee table", -1.0f, -0.5f, 0.5f, -2.2f, -1.6f});
-    room.surfaces.push_back({"desk", -0.65f, 1.2f, 2.4f, -1.5f, -0.7f});
-    room.surfaces.push_back({"sideboard", -0.55f, -2.6f, -2.1f, -3.0f, -1.5f});
+    room.surfaces.push_back({-1.4f, -5.0f, 5.0f, -5.0f, 5.0f});  // floor
+    room.surfaces.push_back({-1.0f, -0.5f, 0.5f, -2.2f, -1.6f});  // coffee table
+    room.surfaces.push_back({-0.65f, 1.2f, 2.4f, -1.5f, -0.7f});  // desk
+    room.surfaces.push_back({-0.55f, -2.6f, -2.1f, -3.0f, -1.5f});  // sideboard
     return room;
 }
 

@@ -45,7 +45,6 @@ struct SimulatedCamera {
 
 /// A horizontal rectangle of the simulated room on which feature points are detected.
 struct RoomSurface {
-    std::string name;
     float height = 0;           ///< y of the surface
     float minX = 0, maxX = 0;   ///< extent in x
     float minZ = 0, maxZ = 0;   ///< extent in z
