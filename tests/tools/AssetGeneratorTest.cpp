@@ -14,14 +14,11 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <initializer_list>
 #include <map>
 #include <memory>
 #include <optional>
-#include <sstream>
 #include <string>
 
-#include <unistd.h>
 
 namespace {
 
@@ -58,25 +55,13 @@ std::optional<PngHeader> pngHeader(const std::string& bytes) {
 
 class AssetGenerator : public ::testing::Test {
 protected:
-    void SetUp() override {
-        out_ = fs::temp_directory_path() / ("orrery-assetgen-test-" + std::to_string(::getpid()));
-        fs::remove_all(out_);
-        fs::create_directories(out_);
+    /// Runs the generator with `arguments`; its exit status.
+    int run(std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), kGenerator);
+        return orrery::testing::runProgram(arguments, scratch_.path).status;
     }
-    void TearDown() override {
-        if (!out_.empty()) fs::remove_all(out_);
-    }
-    /// Runs the generator with `arguments`, each passed as one quoted word.
-    int run(std::initializer_list<std::string> arguments) {
-        // Appending piece by piece: GCC 12 at -O2 and above reports a false overlap
-        // (-Wrestrict) inside std::string for `"literal" + std::string&&`.
-        std::string command = quoted(kGenerator);
-        for (const auto& argument : arguments) command.append(" ").append(quoted(argument));
-        command.append(" > /dev/null 2>&1");
-        return std::system(command.c_str());
-    }
-    static std::string quoted(const std::string& word) { return std::string(1, '"').append(word).append(1, '"'); }
-    fs::path out_;
+    orrery::testing::TempDir scratch_;
+    const fs::path& out_ = scratch_.path;
 };
 
 bool isMapTexture(const std::string& name) {
