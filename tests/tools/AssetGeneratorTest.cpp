@@ -19,7 +19,6 @@
 #include <optional>
 #include <string>
 
-
 namespace {
 
 namespace fs = std::filesystem;
