@@ -5,6 +5,12 @@
 
 #include <gtest/gtest.h>
 
+#include <ft2build.h>
+#include FT_FREETYPE_H
+#include FT_OUTLINE_H
+
+#include <cmath>
+
 namespace {
 
 using namespace orrery;
@@ -52,6 +58,89 @@ TEST(TextLayout, BoxScalesWithTheFontSizeAndCentresTheDepth) {
 TEST(TextLayout, CurvesAreFlattenedToAnAbsoluteTolerance) {
     // The same letters at a hundred times the size need many more segments.
     EXPECT_GT(pointCount(*layoutText("oso", UIFont{"Optima", 100.0})), 2 * pointCount(*layoutText("oso", UIFont{"Optima", 1.0})));
+}
+
+/// Points on the glyph's own outline, read from the face file: every curve at t = k / 1024,
+/// which includes every point that halving a curve again and again can reach.
+std::vector<std::array<double, 2>> outlineSamples(const std::string& fontFile, char32_t character, double size) {
+    struct Walk {
+        double scale;
+        std::array<double, 2> last{};
+        std::vector<std::array<double, 2>> samples;
+        std::array<double, 2> at(const FT_Vector* v) const { return {scale * double(v->x), scale * double(v->y)}; }
+        void bezier(const std::vector<std::array<double, 2>>& c) {
+            for (int k = 0; k <= 1024; ++k) {
+                std::vector<std::array<double, 2>> level = c;
+                const double t = k / 1024.0;
+                for (std::size_t n = level.size() - 1; n > 0; --n)
+                    for (std::size_t i = 0; i < n; ++i)
+                        level[i] = {level[i][0] + t * (level[i + 1][0] - level[i][0]), level[i][1] + t * (level[i + 1][1] - level[i][1])};
+                samples.push_back(level[0]);
+            }
+            last = c.back();
+        }
+    };
+    FT_Library library = nullptr;
+    FT_Face face = nullptr;
+    Walk walk{};
+    if (FT_Init_FreeType(&library) || FT_New_Face(library, fontFile.c_str(), 0, &face)) return {};
+    walk.scale = size / face->units_per_EM;
+    FT_Outline_Funcs funcs{};
+    funcs.move_to = [](const FT_Vector* to, void* w) { static_cast<Walk*>(w)->last = static_cast<Walk*>(w)->at(to); return 0; };
+    funcs.line_to = [](const FT_Vector* to, void* w) {
+        auto& walk = *static_cast<Walk*>(w);
+        walk.bezier({walk.last, walk.at(to)});
+        return 0;
+    };
+    funcs.conic_to = [](const FT_Vector* c, const FT_Vector* to, void* w) {
+        auto& walk = *static_cast<Walk*>(w);
+        walk.bezier({walk.last, walk.at(c), walk.at(to)});
+        return 0;
+    };
+    funcs.cubic_to = [](const FT_Vector* c1, const FT_Vector* c2, const FT_Vector* to, void* w) {
+        auto& walk = *static_cast<Walk*>(w);
+        walk.bezier({walk.last, walk.at(c1), walk.at(c2), walk.at(to)});
+        return 0;
+    };
+    if (!FT_Load_Glyph(face, FT_Get_Char_Index(face, character), FT_LOAD_NO_SCALE | FT_LOAD_NO_HINTING | FT_LOAD_NO_BITMAP))
+        FT_Outline_Decompose(&face->glyph->outline, &funcs, &walk);
+    FT_Done_Face(face);
+    FT_Done_FreeType(library);
+    return walk.samples;
+}
+
+TEST(TextLayout, FlattenedCurvesKeepToTheGlyphWithinTheFlatness) {
+    for (const double size : {1.0, 100.0}) {
+        const auto layout = layoutText("S", UIFont{"Optima", size});
+        const auto samples = outlineSamples(layout->fontFile, U'S', size);
+        ASSERT_GT(samples.size(), 1000u);
+        std::vector<std::array<double, 4>> segments;
+        for (const auto& contour : layout->contours)
+            for (std::size_t i = 0; i < contour.size(); ++i) {
+                const auto& a = contour[i];
+                const auto& b = contour[(i + 1) % contour.size()];
+                segments.push_back({a[0], a[1], b[0], b[1]});
+                // Every corner of the polygon lies on the glyph's outline.
+                double nearest = 1e30;
+                for (const auto& p : samples) nearest = std::min(nearest, std::hypot(p[0] - a[0], p[1] - a[1]));
+                EXPECT_LT(nearest, 1e-9 * size) << size;
+            }
+        // Every point of the outline lies within the flatness of the polygon.
+        double worst = 0;
+        for (const auto& p : samples) {
+            double nearest = 1e30;
+            for (const auto& [ax, ay, bx, by] : segments) {
+                const double dx = bx - ax, dy = by - ay, length2 = dx * dx + dy * dy;
+                const double t = length2 > 0 ? std::clamp(((p[0] - ax) * dx + (p[1] - ay) * dy) / length2, 0.0, 1.0) : 0.0;
+                nearest = std::min(nearest, std::hypot(p[0] - ax - t * dx, p[1] - ay - t * dy));
+            }
+            worst = std::max(worst, nearest);
+        }
+        EXPECT_LE(worst, memory::kTextFlatness) << size;
+        if (size > 1) {
+            EXPECT_GT(worst, memory::kTextFlatness / 4) << "no finer than it needs to be";
+        }
+    }
 }
 
 TEST(TextLayout, NothingVisibleGivesAnEmptyBox) {
