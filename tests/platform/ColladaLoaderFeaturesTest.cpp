@@ -135,6 +135,8 @@ TEST(ColladaLoaderFiles, EachFeatureAndFailureMode) {
         // Parts left out, with a warning each.
         {"decimal comma", document(geometry(triangles, "0 0 0 1 0 0 1 1 0 0 0,5 0"), kMeshNode), {"M:0"},
          {{"<float_array", "<triangles> left out: <float_array> \"pos-a\": \"0,5\" is not a finite 32-bit number"}}, {}},
+        {"a polygon with a word among its indices", document(geometry(primitive("polygons", "<p>0 1 x</p>")), kMeshNode),
+         {"M:0"}, {{"<polygons", "<polygons> left out: <p>: \"x\" is not an index"}}, {}},
         {"lines", document(geometry(primitive("lines", "<p>0 1</p>")), kMeshNode), {"M:0"},
          {{"<lines", "<lines> left out: lines are not surfaces"}}, {}},
         {"geometry in another file", document(geometry(triangles), R"(<node name="M"><instance_geometry url="parts.dae#g"/></node>)"),
