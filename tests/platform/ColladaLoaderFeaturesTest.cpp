@@ -137,6 +137,10 @@ TEST(ColladaLoaderFiles, EachFeatureAndFailureMode) {
          {{"<float_array", "<triangles> left out: <float_array> \"pos-a\": \"0,5\" is not a finite 32-bit number"}}, {}},
         {"a polygon with a word among its indices", document(geometry(primitive("polygons", "<p>0 1 x</p>")), kMeshNode),
          {"M:0"}, {{"<polygons", "<polygons> left out: <p>: \"x\" is not an index"}}, {}},
+        {"vertices without positions", [&] {
+             std::string d = document(geometry(triangles), kMeshNode);
+             return d.replace(d.find("POSITION"), 8, "NORMAL");
+         }(), {"M:0"}, {{"<vertices", "<triangles> left out: <vertices> \"v\" has no POSITION input"}}, {}},
         {"lines", document(geometry(primitive("lines", "<p>0 1</p>")), kMeshNode), {"M:0"},
          {{"<lines", "<lines> left out: lines are not surfaces"}}, {}},
         {"geometry in another file", document(geometry(triangles), R"(<node name="M"><instance_geometry url="parts.dae#g"/></node>)"),

@@ -4,6 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <fstream>
+#include <regex>
 #include <numbers>
 
 using namespace orrery;
@@ -219,4 +221,19 @@ TEST_F(MemoryHitTest, ABoxGrownBeyondFloatsOfTheIndexIsStillHitOnce) {
     body->assignScale({1, 1, 1});
     EXPECT_EQ(hitNodes(centre()).size(), 1u);
     EXPECT_TRUE(hitNodes({0, 0}).empty());
+}
+
+TEST(SimulatedRoom, IsTheRoomTheGuideDescribes) {
+    // docs/in-memory-platform.md lists the surfaces as "| name | y | x0 to x1 | z0 to z1 |".
+    std::ifstream guide(std::string(ORRERY_SOURCE_DIR) + "/docs/in-memory-platform.md");
+    const std::regex row(R"(\| [a-z ()]+ \| (\S+) \| (\S+) to (\S+) \| (\S+) to (\S+) \|)");
+    std::vector<std::array<float, 5>> described;
+    std::smatch m;
+    for (std::string line; std::getline(guide, line);)
+        if (std::regex_match(line, m, row))
+            described.push_back({std::stof(m[1]), std::stof(m[2]), std::stof(m[3]), std::stof(m[4]), std::stof(m[5])});
+    std::vector<std::array<float, 5>> built;
+    for (const RoomSurface& s : SimulatedRoom::standard().surfaces) built.push_back({s.height, s.minX, s.maxX, s.minZ, s.maxZ});
+    EXPECT_EQ(built, described);
+    EXPECT_EQ(described.size(), 4u);
 }
