@@ -386,28 +386,48 @@ TEST(ColladaLoader, TriangulatesPolylistsAndReadsColours) {
               (UIColor{0, 1, 0, 1}));
 }
 
-TEST(ColladaLoader, SkinsTurnTheirNormalsByTheInverseTransposeOfTheBindShape) {
-    // Normal (1, 2, 3) through diag(sx, 3, 4) becomes (1 / sx, 2 / 3, 3 / 4), normalised; a mirror keeps it outward.
-    for (const double sx : {2.0, -2.0}) {
+TEST(ColladaLoader, SkinsMoveByTheBindShapeAndKeepNormalsUpright) {
+    // A general bind shape, once mirroring (first row negated): points move by it, and the normal
+    // (1, 2, 3) stays at right angles to the moved surface, facing the same way as before.
+    for (const double sign : {1.0, -1.0}) {
+        const double m[3][4] = {{2 * sign, 0.5 * sign, 0, 1}, {0, 3, 0.25, 0}, {0.5, 0.25, 4, 0.75}};
+        std::string matrix;
+        for (const auto& row : m)
+            for (const double x : row) matrix += std::to_string(x) + " ";
         std::string document = quadDocument("0 0 0 1 0 1 2 0 2 0 0 0 2 0 2 3 0 3", R"(count="4" stride="3")",
-                                            "-0.5 -0.5 0 0.5 -0.5 0 0.5 0.5 0 -0.5 0.5 0",
+                                            "-0.5 -0.5 0.25 0.5 -0.5 0 0.5 0.5 0 -0.5 0.5 0",
                                             R"(<node name="S"><instance_controller url="#skin"/></node>)");
         document.replace(document.find(">0 0 1<"), 7, ">1 2 3<");
         document.insert(document.find("<library_visual_scenes>"),
-                        "<library_controllers><controller id=\"skin\"><skin source=\"#quad\"><bind_shape_matrix>" +
-                            std::to_string(sx) + " 0 0 1 0 3 0 0 0 0 4 0 0 0 0 1</bind_shape_matrix></skin></controller></library_controllers>");
+                        "<library_controllers><controller id=\"skin\"><skin source=\"#quad\"><bind_shape_matrix>" + matrix +
+                            "0 0 0 1</bind_shape_matrix></skin></controller></library_controllers>");
         const auto scene = loadColladaBytes(document, "/");
         ASSERT_NE(scene, nullptr);
         const auto mesh = meshOf(scene->root()->children().at(0));
         ASSERT_NE(mesh, nullptr);
+        const auto moved = [&](double x, double y, double z) {
+            std::array<double, 3> out;
+            for (int r = 0; r < 3; ++r) out[r] = m[r][0] * x + m[r][1] * y + m[r][2] * z + m[r][3];
+            return out;
+        };
+        const auto corner = moved(-0.5, -0.5, 0.25);
+        EXPECT_NEAR(mesh->positions.at(0).x, corner[0], 1e-6);
+        EXPECT_NEAR(mesh->positions[0].y, corner[1], 1e-6);
+        EXPECT_NEAR(mesh->positions[0].z, corner[2], 1e-6);
         ASSERT_EQ(mesh->normals.size(), 4u);
-        const double x = 1 / sx, y = 2.0 / 3, z = 0.75, length = std::sqrt(x * x + y * y + z * z);
+        const auto dot = [](const SCNVector3& n, std::array<double, 3> v) { return n.x * v[0] + n.y * v[1] + n.z * v[2]; };
+        const auto translation = moved(0, 0, 0);
+        const auto direction = [&](double x, double y, double z) {
+            auto v = moved(x, y, z);
+            for (int r = 0; r < 3; ++r) v[r] -= translation[r];
+            return v;
+        };
         for (const SCNVector3& n : mesh->normals) {
-            EXPECT_NEAR(n.x, x / length, 1e-6) << sx;
-            EXPECT_NEAR(n.y, y / length, 1e-6) << sx;
-            EXPECT_NEAR(n.z, z / length, 1e-6) << sx;
+            EXPECT_NEAR(dot(n, {n.x, n.y, n.z}), 1.0, 1e-6);
+            EXPECT_NEAR(dot(n, direction(2, -1, 0)), 0.0, 1e-5) << sign;  // (2, -1, 0) and (3, 0, -1) lie
+            EXPECT_NEAR(dot(n, direction(3, 0, -1)), 0.0, 1e-5) << sign;  // in the surface of normal (1, 2, 3)
+            EXPECT_GT(dot(n, direction(1, 2, 3)), 0.0) << sign;
         }
-        EXPECT_EQ(mesh->positions[0], (SCNVector3{static_cast<float>(-0.5 * sx + 1), -1.5f, 0}));
     }
 }
 
