@@ -4,8 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdio>
 #include <fstream>
-#include <regex>
 #include <numbers>
 
 using namespace orrery;
@@ -226,12 +226,14 @@ TEST_F(MemoryHitTest, ABoxGrownBeyondFloatsOfTheIndexIsStillHitOnce) {
 TEST(SimulatedRoom, IsTheRoomTheGuideDescribes) {
     // docs/in-memory-platform.md lists the surfaces as "| name | y | x0 to x1 | z0 to z1 |".
     std::ifstream guide(std::string(ORRERY_SOURCE_DIR) + "/docs/in-memory-platform.md");
-    const std::regex row(R"(\| [a-z ()]+ \| (\S+) \| (\S+) to (\S+) \| (\S+) to (\S+) \|)");
     std::vector<std::array<float, 5>> described;
-    std::smatch m;
-    for (std::string line; std::getline(guide, line);)
-        if (std::regex_match(line, m, row))
-            described.push_back({std::stof(m[1]), std::stof(m[2]), std::stof(m[3]), std::stof(m[4]), std::stof(m[5])});
+    for (std::string line; std::getline(guide, line);) {
+        std::array<float, 5> v{};
+        const auto cells = line.find(" | ");  // the first cell is the surface's name
+        if (line.starts_with("| ") && cells != std::string::npos &&
+            std::sscanf(line.c_str() + cells, " | %f | %f to %f | %f to %f |", &v[0], &v[1], &v[2], &v[3], &v[4]) == 5)
+            described.push_back(v);
+    }
     std::vector<std::array<float, 5>> built;
     for (const RoomSurface& s : SimulatedRoom::standard().surfaces) built.push_back({s.height, s.minX, s.maxX, s.minZ, s.maxZ});
     EXPECT_EQ(built, described);
