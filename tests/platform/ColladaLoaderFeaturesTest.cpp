@@ -96,7 +96,7 @@ std::string nested(int depth) {
 
 TEST(ColladaLoaderFiles, EachFeatureAndFailureMode) {
     const std::string triangles = primitive("triangles", "<p>0 1 2 0 2 3</p>", "2");
-    const std::string broken = primitive("triangles", "<p>0 1 9</p>");
+    const std::string broken = primitive("triangles", "<p>0 1 4</p>");  // one past the last position
     std::string doubling = "<library_nodes><node id=\"n0\"/>";
     for (int i = 1; i <= 20; ++i)
         doubling += "<node id=\"n" + std::to_string(i) + "\"><instance_node url=\"#n" + std::to_string(i - 1) +
@@ -131,7 +131,7 @@ TEST(ColladaLoaderFiles, EachFeatureAndFailureMode) {
                                      R"(<node name="S"><instance_controller url="#skin"/></node>)"), {"S:2"}, {}, {}},
         {"nesting as deep as tools go", document(geometry(triangles), nested(1000)), {}, {}, {}},
         {"several primitives, one left out", document(geometry(triangles + "\n" + broken + "\n" + triangles), kMeshNode),
-         {"M:4"}, {{"<p>0 1 9</p>", "<triangles> left out: position index 9 past the 4 positions"}}, {}},
+         {"M:4"}, {{"<p>0 1 4</p>", "<triangles> left out: position index 4 past the 4 positions"}}, {}},
         // Parts left out, with a warning each.
         {"decimal comma", document(geometry(triangles, "0 0 0 1 0 0 1 1 0 0 0,5 0"), kMeshNode), {"M:0"},
          {{"<float_array", "<triangles> left out: <float_array> \"pos-a\": \"0,5\" is not a finite 32-bit number"}}, {}},
@@ -141,6 +141,13 @@ TEST(ColladaLoaderFiles, EachFeatureAndFailureMode) {
              std::string d = document(geometry(triangles), kMeshNode);
              return d.replace(d.find("POSITION"), 8, "NORMAL");
          }(), {"M:0"}, {{"<vertices", "<triangles> left out: <vertices> \"v\" has no POSITION input"}}, {}},
+        {"skins of skins nine deep", document(geometry(triangles) + [] {
+             std::string chain = "<library_controllers>\n<controller id=\"c0\"><skin source=\"#g\"/></controller>";
+             for (int i = 1; i <= 9; ++i)
+                 chain += "<controller id=\"c" + std::to_string(i) + "\"><skin source=\"#c" + std::to_string(i - 1) + "\"/></controller>";
+             return chain + "</library_controllers>";
+         }(), R"(<node name="S"><instance_controller url="#c9"/></node>)"),
+         {}, {{"<controller id=\"c0\"", "controllers chained more than 8 deep; left out"}}, {}},
         {"lines", document(geometry(primitive("lines", "<p>0 1</p>")), kMeshNode), {"M:0"},
          {{"<lines", "<lines> left out: lines are not surfaces"}}, {}},
         {"geometry in another file", document(geometry(triangles), R"(<node name="M"><instance_geometry url="parts.dae#g"/></node>)"),
