@@ -148,6 +148,8 @@ TEST(ColladaLoaderFiles, EachFeatureAndFailureMode) {
              return chain + "</library_controllers>";
          }(), R"(<node name="S"><instance_controller url="#c9"/></node>)"),
          {}, {{"<controller id=\"c0\"", "controllers chained more than 8 deep; left out"}}, {}},
+        {"two outlines in one <ph>", document(geometry(primitive("polygons", "<ph><p>0 1 2</p>\n<p>0 2 3</p></ph>")), kMeshNode),
+         {"M:0"}, {{"<p>0 2 3</p>", "<polygons> left out: a <ph> has more than one outline"}}, {}},
         {"lines", document(geometry(primitive("lines", "<p>0 1</p>")), kMeshNode), {"M:0"},
          {{"<lines", "<lines> left out: lines are not surfaces"}}, {}},
         {"geometry in another file", document(geometry(triangles), R"(<node name="M"><instance_geometry url="parts.dae#g"/></node>)"),
