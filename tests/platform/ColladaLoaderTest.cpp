@@ -375,6 +375,17 @@ TEST(ColladaLoader, TriangulatesPolylistsAndReadsColours) {
     ASSERT_EQ(mesh->materials.size(), 1u);
     EXPECT_EQ(mesh->materials[0]->name, "red") << "unbound symbol taken as the material id";
     EXPECT_EQ(std::get<UIColor>(mesh->materials[0]->diffuseProperty->contents), (UIColor{1, 0, 0, 0.5}));
+    // A four-sided polygon whose last corner names a normal past the end is left out whole.
+    std::string badNormal = quadDocument();
+    const auto from = badNormal.find("<triangles"), to = badNormal.find("</triangles>") + 12;
+    badNormal.replace(from, to - from, R"(<polylist count="1"><input semantic="VERTEX" source="#verts" offset="0"/>
+          <input semantic="NORMAL" source="#nor" offset="1"/><vcount>4</vcount><p>0 0 1 0 2 0 3 1</p></polylist>)");
+    ModelReport report;
+    const auto left = loadColladaBytes(badNormal, "/", nullptr, &report);
+    ASSERT_NE(left, nullptr);
+    EXPECT_TRUE(meshOf(left->root()->children()[0])->indices.empty());
+    ASSERT_EQ(report.warnings.size(), 1u);
+    EXPECT_EQ(report.warnings[0].message, "<polylist> left out: normal index 1 past the 1 normals");
 
     // A constant (unlit) effect gives its colour as emission only.
     const auto at = document.find("<lambert><diffuse><color>1 0 0 0.5</color></diffuse></lambert>");
