@@ -285,6 +285,23 @@ TEST(ColladaLoader, TakesTheFirstTextureCoordinatesAndNothingElseForThem) {
     }
 }
 
+TEST(ColladaLoader, CornerInputsOtherThanNormalsAreNotTakenForThem) {
+    // Texture coordinates but no normals; then a second NORMAL input, which is ignored.
+    std::string noNormals = quadDocument();
+    noNormals.erase(noNormals.find(R"(<input semantic="NORMAL")"), std::string(R"(<input semantic="NORMAL" source="#nor" offset="1"/>)").size());
+    std::string twoNormals = quadDocument();
+    twoNormals.insert(twoNormals.find(R"(<input semantic="TEXCOORD")"), R"(<input semantic="NORMAL" source="#uv" offset="2"/>)");
+    for (const auto& [document, normals] : {std::pair{noNormals, 0u}, std::pair{twoNormals, 4u}}) {
+        ModelReport report;
+        const auto scene = loadColladaBytes(document, "/", nullptr, &report);
+        ASSERT_NE(scene, nullptr);
+        const auto mesh = meshOf(scene->root()->children()[0]);
+        EXPECT_EQ(mesh->normals.size(), normals);
+        EXPECT_EQ(mesh->textureCoordinates.size(), 4u);
+        EXPECT_TRUE(report.warnings.empty()) << report.warnings.at(0).message;
+    }
+}
+
 TEST(ColladaLoader, ReadsNumbersInEveryDecimalForm) {
     // The same quad as above, its coordinates spelled with signs, exponents, bare points and
     // more digits than a double holds; each must read as the nearest float.
