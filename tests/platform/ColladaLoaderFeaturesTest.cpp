@@ -108,6 +108,8 @@ TEST(ColladaLoaderFiles, EachFeatureAndFailureMode) {
         {"the visual scene the <scene> names, not the first", document(
              R"(<library_visual_scenes><visual_scene id="other"><node name="O"/></visual_scene></library_visual_scenes>)" +
                  geometry(triangles), kMeshNode), {"M:2"}, {}, {}},
+        {"an input without an offset reads at 0", document(geometry(R"(<triangles count="2"><input semantic="VERTEX" source="#v"/><p>0 1 2 0 2 3</p></triangles>)"),
+                                                             kMeshNode), {"M:2"}, {}, {}},
         {"triangle strip", document(geometry(primitive("tristrips", "<p>0 1 3 2</p>")), kMeshNode), {"M:2"}, {}, {}},
         {"triangle fan", document(geometry(primitive("trifans", "<p>0 1 2 3</p>")), kMeshNode), {"M:2"}, {}, {}},
         {"concave outline", document(geometry(primitive("polylist", "<vcount>6</vcount><p>0 1 2 3 4 5</p>"),
