@@ -640,18 +640,20 @@ void MemoryNode::setTransformMatrix(const simd_float4x4& matrix) {
     const auto cross = [](const Axis& a, const Axis& b) {
         return Axis{a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
     };
+    /// Scales `a` to unit length and returns the length it had; a zero axis stays zero.
     const auto unit = [](Axis& a) {
         const double length = std::sqrt(a[0] * a[0] + a[1] * a[1] + a[2] * a[2]);
-        for (double& x : a) x /= length;
+        if (length > 0)
+            for (double& x : a) x /= length;
+        return length;
     };
     double scale[3];
     Axis axes[3];
     bool known[3];
     for (int col = 0; col < 3; ++col) {
         axes[col] = {d(c[col][0]), d(c[col][1]), d(c[col][2])};
-        scale[col] = std::sqrt(axes[col][0] * axes[col][0] + axes[col][1] * axes[col][1] + axes[col][2] * axes[col][2]);
+        scale[col] = unit(axes[col]);
         known[col] = scale[col] > 0;
-        if (known[col]) unit(axes[col]);
     }
     // An axis scaled to nothing has no direction of its own: any that completes a right-handed
     // frame with the others leaves the matrix as it is and keeps the rotation a rotation.

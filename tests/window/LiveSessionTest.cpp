@@ -112,9 +112,8 @@ TEST(LiveSession, RecordingReplaysToTheSameDumps) {
     live.click(4.7, earth);
     // A snapshot in the working folder: the replay must draw the same picture.
     const fs::path previous = fs::current_path();
-    std::string pattern = (fs::temp_directory_path() / "orrery-live-test-XXXXXX").string();
-    const fs::path dir = mkdtemp(pattern.data());
-    fs::current_path(dir);
+    const orrery::testing::TempDir scratch;
+    fs::current_path(scratch.path);
     EXPECT_EQ(s.snapshot(5.8), "snapshot snapshot-1.png");
     fs::rename("snapshot-1.png", "live.png");
     live.until(6.0);
@@ -138,7 +137,6 @@ TEST(LiveSession, RecordingReplaysToTheSameDumps) {
     EXPECT_EQ(readFile("snapshot-1.png"), readFile("live.png"));
     EXPECT_GT(fs::file_size("live.png"), 1000u);
     fs::current_path(previous);
-    fs::remove_all(dir);
 }
 
 TEST(LiveSession, ClockRunsInFramesAndDropsTimeItCannotCatchUp) {
