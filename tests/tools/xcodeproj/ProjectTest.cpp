@@ -9,16 +9,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <set>
 #include <sstream>
 #include <string>
 #include <vector>
-
-#include <unistd.h>
 
 namespace orrery::testing {
 namespace {
@@ -29,27 +25,19 @@ const fs::path kRoot = ORRERY_SOURCE_DIR;
 const fs::path kProject = kRoot / "OrreryAR.xcodeproj" / "project.pbxproj";
 const fs::path kTools = kRoot / "tools" / "xcodeproj";
 
-
-/// Runs a shell command; its output and whether it succeeded.
-std::pair<std::string, bool> run(const std::string& command) {
-    std::string output;
-    FILE* pipe = ::popen((command + " 2>&1").c_str(), "r");
-    if (!pipe) return {"", false};
-    char buffer[4096];
-    while (std::size_t n = std::fread(buffer, 1, sizeof buffer, pipe)) output.append(buffer, n);
-    return {output, ::pclose(pipe) == 0};
-}
-
-std::string cmake(const std::string& arguments) {
-    auto [output, ok] = run("'" ORRERY_CMAKE_COMMAND "' -DROOT='" + kRoot.string() + "' " + arguments);
-    EXPECT_TRUE(ok) << output;
-    return output;
+/// What cmake prints with ROOT set to the repository and `arguments`, failing the test if it fails.
+std::string cmake(std::vector<std::string> arguments) {
+    const TempDir dir;
+    arguments.insert(arguments.begin(), {ORRERY_CMAKE_COMMAND, "-DROOT=" + kRoot.string()});
+    const ProgramRun run = runProgram(arguments, dir.path);
+    EXPECT_EQ(run.status, 0) << run.out << run.err;
+    return run.out + run.err;  // message() writes to standard error
 }
 
 /// The translation units of the device build, as DeviceBuild.cmake lists them.
 std::vector<std::string> deviceSources() {
     std::vector<std::string> sources;
-    std::istringstream lines(cmake("-DWHAT=sources -P '" + (kTools / "print.cmake").string() + "'"));
+    std::istringstream lines(cmake({"-DWHAT=sources", "-P", (kTools / "print.cmake").string()}));
     for (std::string line; std::getline(lines, line);)
         if (!line.empty()) sources.push_back(line);
     return sources;
@@ -62,54 +50,43 @@ struct ProjectContents {
     std::set<std::string> named;     // every file reference inside the repository
 };
 
-ProjectContents readProject(const PlistValue& project) {
-    const PlistValue& objects = *project.at("objects");
-    auto object = [&](const std::string& id) -> const PlistValue& {
-        const PlistValue* found = objects.at(id);
-        if (!found) throw std::runtime_error("no object " + id);
-        return *found;
-    };
-    auto ids = [](const PlistValue& owner, const std::string& key) {
-        std::vector<std::string> out;
-        if (const PlistValue* list = owner.at(key))
-            for (const PlistValue& item : *list->array()) out.push_back(*item.string());
-        return out;
-    };
+using Json = nlohmann::json;
+
+ProjectContents readProject(const Json& project) {
+    const Json& objects = project.at("objects");
+    auto ids = [](const Json& owner, const char* key) { return owner.value(key, std::vector<std::string>{}); };
     auto join = [](const std::string& folder, const std::string& name) { return folder.empty() ? name : folder + "/" + name; };
 
     ProjectContents contents;
     std::map<std::string, std::string> pathOf;  // object id -> path
     std::function<void(const std::string&, const std::string&)> walk = [&](const std::string& groupId,
                                                                            const std::string& folder) {
-        for (const std::string& id : ids(object(groupId), "children")) {
-            const PlistValue& child = object(id);
-            if (child.text("sourceTree") != "<group>") continue;  // the SDK's frameworks, the product
-            const std::string isa = child.text("isa").value_or("");
-            const std::string path = join(folder, child.text("path").value_or(""));
+        for (const std::string& id : ids(objects.at(groupId), "children")) {
+            const Json& child = objects.at(id);
+            if (child.value("sourceTree", "") != "<group>") continue;  // the SDK's frameworks, the product
+            const std::string isa = child.value("isa", ""), path = join(folder, child.value("path", ""));
             if (isa == "PBXGroup") {
-                walk(id, child.text("path") ? path : folder);
+                walk(id, child.contains("path") ? path : folder);
             } else if (isa == "PBXVariantGroup") {
-                pathOf[id] = join(folder, child.text("name").value_or(""));
+                pathOf[id] = join(folder, child.value("name", ""));
                 walk(id, folder);
             } else {
-                pathOf[id] = path;
-                contents.named.insert(path);
+                contents.named.insert(pathOf[id] = path);
             }
         }
     };
-    const PlistValue& root = object(*project.text("rootObject"));
-    walk(*root.text("mainGroup"), "");
+    const Json& root = objects.at(project.at("rootObject").get<std::string>());
+    walk(root.at("mainGroup").get<std::string>(), "");
 
     for (const std::string& targetId : ids(root, "targets")) {
-        const PlistValue& target = object(targetId);
-        if (target.text("productType") != "com.apple.product-type.application") continue;
+        const Json& target = objects.at(targetId);
+        if (target.value("productType", "") != "com.apple.product-type.application") continue;
         for (const std::string& phaseId : ids(target, "buildPhases")) {
-            const PlistValue& phase = object(phaseId);
-            const std::string isa = phase.text("isa").value_or("");
+            const std::string isa = objects.at(phaseId).value("isa", "");
             auto* into = isa == "PBXSourcesBuildPhase" ? &contents.compiled : isa == "PBXResourcesBuildPhase" ? &contents.copied : nullptr;
             if (!into) continue;
-            for (const std::string& buildId : ids(phase, "files")) {
-                const std::string ref = object(buildId).text("fileRef").value_or("");
+            for (const std::string& buildId : ids(objects.at(phaseId), "files")) {
+                const std::string ref = objects.at(buildId).value("fileRef", "");
                 into->insert(pathOf.count(ref) ? pathOf[ref] : "<outside the repository: " + ref + ">");
             }
         }
@@ -134,23 +111,25 @@ std::vector<std::string> projectProblems(const ProjectContents& project, const s
 
 class XcodeProject : public ::testing::Test {
 public:  // the drift cases below change the fixture through a reference to it
-    PlistValue project = OldStylePlistReader::read(readFile(kProject));
+    Json project = readOldStylePlist(readFile(kProject));
     std::vector<std::string> sources = deviceSources();
 
-    PlistDict& objects() { return *project.dict()->at("objects").dict(); }
+    Json& objects() { return project["objects"]; }
     /// The id of the object whose `key` is `value`.
     std::string idWhere(const std::string& key, const std::string& value) {
-        for (auto& [id, object] : objects())
-            if (object.text(key) == value) return id;
+        for (auto& [id, object] : objects().items())
+            if (object.value(key, "") == value) return id;
         ADD_FAILURE() << "no object with " << key << " = " << value;
         return "";
     }
     /// Takes the build file of `fileRef` out of every build phase.
     void dropBuildFileOf(const std::string& fileRef) {
         const std::string buildFile = idWhere("fileRef", fileRef);
-        for (auto& [id, object] : objects())
-            if (auto* files = object.dict() && object.at("files") ? object.dict()->at("files").array() : nullptr)
-                std::erase_if(*files, [&](const PlistValue& v) { return *v.string() == buildFile; });
+        for (Json& object : objects())
+            if (object.contains("files")) {
+                Json& files = object["files"];
+                files.erase(std::remove(files.begin(), files.end(), buildFile), files.end());
+            }
     }
 };
 
@@ -160,8 +139,7 @@ TEST_F(XcodeProject, CompilesExactlyTheDeviceSourcesAndNamesOnlyExistingFiles) {
     ASSERT_TRUE(std::none_of(sources.begin(), sources.end(), [](const std::string& s) {
         return s.starts_with("platform/memory/") || s.starts_with("sim/") || s.starts_with("tests/");
     }));
-    std::vector<std::string> none;
-    EXPECT_EQ(projectProblems(readProject(project), sources), none)
+    EXPECT_EQ(projectProblems(readProject(project), sources), std::vector<std::string>{})
         << "after adding or removing a source file, run `cmake -P tools/xcodeproj/generate.cmake`";
 }
 
@@ -182,10 +160,10 @@ TEST_F(XcodeProject, ReportsEachKindOfDrift) {
          [](XcodeProject& t) { std::erase(t.sources, "app/main.mm"); },
          "compiled by the project but not a device source: app/main.mm"},
         {"a file renamed in the project only",
-         [](XcodeProject& t) { (*t.objects().at(t.idWhere("path", "Touches.cpp")).dict())["path"] = {std::string("Touch.cpp")}; },
+         [](XcodeProject& t) { t.objects()[t.idWhere("path", "Touches.cpp")]["path"] = "Touch.cpp"; },
          "names a missing file: interaction/Touch.cpp"},
         {"a storyboard whose file is gone",
-         [](XcodeProject& t) { (*t.objects().at(t.idWhere("path", "Base.lproj/LaunchScreen.storyboard")).dict())["path"] = {std::string("Base.lproj/Launch.storyboard")}; },
+         [](XcodeProject& t) { t.objects()[t.idWhere("path", "Base.lproj/LaunchScreen.storyboard")]["path"] = "Base.lproj/Launch.storyboard"; },
          "names a missing file: app/Base.lproj/Launch.storyboard"},
         {"the models not copied into the app",
          [](XcodeProject& t) { t.dropBuildFileOf(t.idWhere("path", "art.scnassets")); },
@@ -193,7 +171,7 @@ TEST_F(XcodeProject, ReportsEachKindOfDrift) {
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.what);
-        const PlistValue original = project;
+        const Json original = project;
         const std::vector<std::string> originalSources = sources;
         c.change(*this);
         const auto problems = projectProblems(readProject(project), sources);
@@ -204,20 +182,21 @@ TEST_F(XcodeProject, ReportsEachKindOfDrift) {
 }
 
 TEST_F(XcodeProject, IsWhatTheGeneratorWrites) {
-    const fs::path out = fs::temp_directory_path() / ("orrery-xcodeproj-test-" + std::to_string(::getpid()) + ".pbxproj");
-    cmake("-DOUTPUT='" + out.string() + "' -P '" + (kTools / "generate.cmake").string() + "'");
+    const TempDir scratch;
+    const fs::path out = scratch.path / "project.pbxproj";
+    cmake({"-DOUTPUT=" + out.string(), "-P", (kTools / "generate.cmake").string()});
     const std::string generated = readFile(out);
-    fs::remove(out);
     EXPECT_FALSE(generated.empty());
     EXPECT_TRUE(generated == readFile(kProject))
         << "OrreryAR.xcodeproj is out of date: run `cmake -P tools/xcodeproj/generate.cmake`";
 }
 
 TEST(DeviceBuildScript, WithoutAnSdkSaysSoInOneLineAndSucceeds) {
-    const std::string sdk = (fs::temp_directory_path() / "orrery-no-such-sdk" / "iPhoneOS.sdk").string();
-    auto [output, ok] = run("ORRERY_IOS_SDK='" + sdk + "' bash '" + (kRoot / "scripts" / "device-build.sh").string() + "'");
-    EXPECT_TRUE(ok);
-    EXPECT_EQ(output, "device build: skipped (no iOS SDK at " + sdk + ")\n");
+    const TempDir dir;
+    const std::string sdk = (dir.path / "no-such-sdk" / "iPhoneOS.sdk").string();
+    const auto run = runProgram({"/bin/bash", (kRoot / "scripts" / "device-build.sh").string()}, dir.path, "", {"ORRERY_IOS_SDK=" + sdk});
+    EXPECT_EQ(run.status, 0);
+    EXPECT_EQ(run.out + run.err, "device build: skipped (no iOS SDK at " + sdk + ")\n");
 }
 
 } // namespace
