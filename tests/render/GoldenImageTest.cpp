@@ -9,9 +9,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <sstream>
 #include <string>
 
@@ -36,29 +36,25 @@ orrery::testing::ProgramRun runSimIn(const fs::path& dir, const std::string& arg
     return orrery::testing::runProgram(argv, dir, scenario, {"LIBGL_ALWAYS_SOFTWARE=1"});
 }
 
-/// How far two pictures of the same size are apart.
+/// How far two pictures of the same size are apart: the mean absolute channel difference (0 to
+/// 255), and the share of pixels with a channel off by more than 48.
 struct Difference {
-    double meanAbsolute = 0;      ///< mean absolute channel difference, 0 to 255
-    double differentShare = 0;    ///< share of pixels with a channel off by more than 48
+    double meanAbsolute, differentShare;
 };
 
 Difference compare(const Image& a, const Image& b) {
-    Difference d;
-    const std::size_t pixels = static_cast<std::size_t>(a.width) * static_cast<std::size_t>(a.height);
-    std::size_t different = 0;
-    double total = 0;
-    for (std::size_t p = 0; p < pixels; ++p) {
+    const std::size_t pixels = a.rgba.size() / 4;
+    double total = 0, different = 0;
+    for (std::size_t p = 0; p < pixels * 4; p += 4) {
         int worst = 0;
-        for (std::size_t c = 0; c < 3; ++c) {
-            const int delta = std::abs(int(a.rgba[p * 4 + c]) - int(b.rgba[p * 4 + c]));
+        for (std::size_t c = p; c < p + 3; ++c) {
+            const int delta = std::abs(a.rgba[c] - b.rgba[c]);
             total += delta;
             worst = std::max(worst, delta);
         }
-        if (worst > 48) ++different;
+        different += worst > 48;
     }
-    d.meanAbsolute = total / (3.0 * static_cast<double>(pixels));
-    d.differentShare = static_cast<double>(different) / static_cast<double>(pixels);
-    return d;
+    return {total / (3.0 * static_cast<double>(pixels)), different / static_cast<double>(pixels)};
 }
 
 class GoldenImage : public ::testing::TestWithParam<const char*> {};
@@ -78,8 +74,7 @@ TEST_P(GoldenImage, MatchesCommittedPicture) {
         GTEST_SKIP() << "golden image rewritten: " << golden;
     }
     const Image expected = readPng(golden);
-    ASSERT_EQ(actual.width, expected.width);
-    ASSERT_EQ(actual.height, expected.height);
+    ASSERT_EQ(std::pair(actual.width, actual.height), std::pair(expected.width, expected.height));
     const Difference d = compare(actual, expected);
     if (d.meanAbsolute > 2.0 || d.differentShare > 0.01) {
         const fs::path kept = fs::current_path() / ("golden-actual-" + name + ".png");
@@ -91,9 +86,9 @@ TEST_P(GoldenImage, MatchesCommittedPicture) {
 
 INSTANTIATE_TEST_SUITE_P(Scenes, GoldenImage, ::testing::Values("start", "buttons", "overview", "single-body", "placement"),
                          [](const auto& info) {
-                             std::string n = info.param;
-                             std::replace(n.begin(), n.end(), '-', '_');
-                             return n;
+                             std::string name = info.param;
+                             std::ranges::replace(name, '-', '_');  // test names take no '-'
+                             return name;
                          });
 
 TEST(GoldenImage, ComparisonSeesAChangedPicture) {
@@ -107,42 +102,35 @@ TEST(GoldenImage, ComparisonSeesAChangedPicture) {
     EXPECT_TRUE(d.meanAbsolute > 2.0 || d.differentShare > 0.01);
 }
 
-struct SnapshotCase {
-    const char* what;
-    const char* arguments;
-    const char* scenario;
-    int status;
-    const char* file;  ///< the picture expected, or null
-    int width, height;
-};
-
-class SnapshotCommand : public ::testing::TestWithParam<SnapshotCase> {};
-
-TEST_P(SnapshotCommand, WritesPicturesOfTheAskedSizeOrFails) {
-    const SnapshotCase& c = GetParam();
-    WorkDir work;
-    const auto run = runSimIn(work.path, c.arguments, c.scenario);
-    EXPECT_EQ(run.status, c.status) << c.what << ": " << run.err;
-    EXPECT_EQ(c.status == 0, run.err.find("orrery-sim: ") == std::string::npos) << c.what << ": " << run.err;
-    if (!c.file) return;
-    const Image image = readPng(work.path / c.file);
-    EXPECT_EQ(image.width, c.width) << c.what;
-    EXPECT_EQ(image.height, c.height) << c.what;
+TEST(SnapshotCommand, WritesPicturesOfTheAskedSizeOrFails) {
+    struct Case {
+        const char* what;
+        const char* arguments;
+        const char* scenario;
+        int status;
+        const char* file;  ///< the picture expected, or null
+        int width, height;
+    };
+    for (const Case& c : {Case{"default size: a pixel per point", "-", "snapshot a.png\n", 0, "a.png", 390, 844},
+                          Case{"explicit size", "-", "snapshot b.png 40x30\n", 0, "b.png", 40, 30},
+                          Case{"zero side", "-", "snapshot c.png 0x30\n", 2, nullptr, 0, 0},
+                          Case{"side too large", "-", "snapshot c.png 9000x30\n", 2, nullptr, 0, 0},
+                          Case{"size without x", "-", "snapshot c.png 40\n", 2, nullptr, 0, 0},
+                          Case{"no file", "-", "snapshot\n", 2, nullptr, 0, 0},
+                          Case{"unwritable file", "-", "snapshot no/such/folder/d.png\n", 2, nullptr, 0, 0},
+                          Case{"option after the scenario", "--snapshot e.png --size 20x10 -", "frame\n", 0, "e.png", 20, 10},
+                          Case{"option with equals forms", "--snapshot=f.png --size=8x6 -", "", 0, "f.png", 8, 6},
+                          Case{"size without snapshot", "--size 8x6 -", "", 2, nullptr, 0, 0},
+                          Case{"bad size option", "--snapshot g.png --size 8by6 -", "", 2, nullptr, 0, 0}}) {
+        SCOPED_TRACE(c.what);
+        WorkDir work;
+        const auto run = runSimIn(work.path, c.arguments, c.scenario);
+        EXPECT_EQ(run.status, c.status) << run.err;
+        EXPECT_EQ(c.status == 0, run.err.find("orrery-sim: ") == std::string::npos) << run.err;
+        if (!c.file) continue;
+        const Image image = readPng(work.path / c.file);
+        EXPECT_EQ(std::pair(image.width, image.height), std::pair(c.width, c.height));
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Cases, SnapshotCommand,
-    ::testing::Values(SnapshotCase{"default size: a pixel per point", "-", "snapshot a.png\n", 0, "a.png", 390, 844},
-                      SnapshotCase{"explicit size", "-", "snapshot b.png 40x30\n", 0, "b.png", 40, 30},
-                      SnapshotCase{"zero side", "-", "snapshot c.png 0x30\n", 2, nullptr, 0, 0},
-                      SnapshotCase{"side too large", "-", "snapshot c.png 9000x30\n", 2, nullptr, 0, 0},
-                      SnapshotCase{"size without x", "-", "snapshot c.png 40\n", 2, nullptr, 0, 0},
-                      SnapshotCase{"no file", "-", "snapshot\n", 2, nullptr, 0, 0},
-                      SnapshotCase{"unwritable file", "-", "snapshot no/such/folder/d.png\n", 2, nullptr, 0, 0},
-                      SnapshotCase{"option after the scenario", "--snapshot e.png --size 20x10 -", "frame\n", 0, "e.png", 20, 10},
-                      SnapshotCase{"option with equals forms", "--snapshot=f.png --size=8x6 -", "", 0, "f.png", 8, 6},
-                      SnapshotCase{"size without snapshot", "--size 8x6 -", "", 2, nullptr, 0, 0},
-                      SnapshotCase{"bad size option", "--snapshot g.png --size 8by6 -", "", 2, nullptr, 0, 0}),
-    [](const auto& info) { return "case" + std::to_string(info.index); });
 
 } // namespace

@@ -28,6 +28,15 @@ Rgb pixel(const Image& image, double x, double y) {
     return {image.rgba[i], image.rgba[i + 1], image.rgba[i + 2]};
 }
 
+/// How many pixels within x0..x1, y0..y1 (by default the whole picture) `predicate` holds for.
+template <class Predicate>
+int countWhere(const Image& image, Predicate predicate, double x0 = 0, double y0 = 0, double x1 = 1e9, double y1 = 1e9) {
+    int n = 0;
+    for (int y = 0; y < image.height; ++y)
+        for (int x = 0; x < image.width; ++x) n += x >= x0 && x <= x1 && y >= y0 && y <= y1 && predicate(pixel(image, x, y));
+    return n;
+}
+
 /// A cube of side 1 around the origin, triangles counter-clockwise seen from outside.
 std::shared_ptr<memory::MemoryMeshGeometry> cube(const UIColor& colour) {
     auto g = std::make_shared<memory::MemoryMeshGeometry>();
@@ -54,14 +63,17 @@ protected:
 
     void SetUp() override { platform.view->currentScene = scene; }
 
-    std::shared_ptr<MemoryNode> addCube(SCNVector3 at, const UIColor& colour, float scale = 0.2f) {
+    /// A node under `parent` (by default the scene's root) with `geometry` if any, evenly scaled.
+    std::shared_ptr<MemoryNode> add(std::shared_ptr<SCNGeometry> geometry, SCNVector3 at, float scale,
+                                    const std::shared_ptr<MemoryNode>& parent = nullptr) {
         auto node = MemoryNode::make();
-        node->assignGeometry(cube(colour));
+        if (geometry) node->assignGeometry(std::move(geometry));
         node->assignPosition(at);
         node->assignScale({scale, scale, scale});
-        scene->root()->appendChild(node);
+        (parent ? parent : scene->root())->appendChild(node);
         return node;
     }
+    void addCube(SCNVector3 at, const UIColor& colour, float scale = 0.2f) { add(cube(colour), at, scale); }
 
     Image render(const RenderOptions& options) { return headless->render(platform, kWidth, kHeight, options); }
     /// The picture pixel of a world position, through the simulator's own camera projection.
@@ -97,15 +109,9 @@ TEST_F(RendererTest, MeshesLandWhereTheCameraProjectsThemInTheirOwnColour) {
 }
 
 TEST_F(RendererTest, NodesFollowTheirParentsTransform) {
-    auto parent = MemoryNode::make();
-    parent->assignPosition({0, 0, -4});
+    auto parent = add(nullptr, {0, 0, -4}, 1);
     parent->assignRotation({0, 1, 0, 1.5707963f});  // its +x turns to -z
-    scene->root()->appendChild(parent);
-    auto child = MemoryNode::make();
-    child->assignGeometry(cube({0, 1, 0, 1}));
-    child->assignScale({0.3f, 0.3f, 0.3f});
-    child->assignPosition({0, 1, 1});  // world (1, 1, -4)
-    parent->appendChild(child);
+    add(cube({0, 1, 0, 1}), {0, 1, 1}, 0.3f, parent);  // world (1, 1, -4)
     const Image image = render(kSceneOnly);
     const auto [x, y] = pixelOf({1, 1, -4});
     EXPECT_EQ(pixel(image, x, y).g, 255);
@@ -144,12 +150,6 @@ TEST_F(RendererTest, CameraImageShowsTheRoomBehindTheContent) {
 
 TEST_F(RendererTest, FeaturePointsAndAnchorsAppearOnlyWhenAsked) {
     platform.view->camera.pitch = -0.6f;
-    auto countWhere = [](const Image& image, auto predicate) {
-        int n = 0;
-        for (int y = 0; y < image.height; ++y)
-            for (int x = 0; x < image.width; ++x) n += predicate(pixel(image, x, y)) ? 1 : 0;
-        return n;
-    };
     auto yellow = [](Rgb p) { return p.r > 200 && p.g > 150 && p.b < 60; };
     auto red = [](Rgb p) { return p.r > 100 && p.g < 40 && p.b < 40; };  // a thin line, partly covered
     EXPECT_EQ(countWhere(render(kSceneOnly), yellow), 0);
@@ -159,45 +159,28 @@ TEST_F(RendererTest, FeaturePointsAndAnchorsAppearOnlyWhenAsked) {
     EXPECT_EQ(countWhere(render(kSceneOnly), red), 0);
     const Image axes = render({false, false, true});
     const auto [x, y] = pixelOf({0.33f, -1.4f, -2});
-    bool redNearAnchor = false;
-    for (int dy = -2; dy <= 2; ++dy)
-        for (int dx = -2; dx <= 2; ++dx) redNearAnchor = redNearAnchor || red(pixel(axes, x + dx, y + dy));
-    EXPECT_TRUE(redNearAnchor);
+    EXPECT_GT(countWhere(axes, red, int(x) - 2, int(y) - 2, int(x) + 2, int(y) + 2), 0);  // near the anchor
 }
 
 TEST_F(RendererTest, TextIsDrawnInsideTheBoxTheHitTestUses) {
     auto geometry = std::make_shared<memory::MemoryTextGeometry>(nullptr, "Hello\nWorld", 0.2);
     geometry->font = UIFont{"Optima", 1.0};
     geometry->material->diffuseProperty->contents = UIColor::orangeColor();
-    auto node = MemoryNode::make();
-    node->assignGeometry(geometry);
-    node->assignPosition({-0.5f, 0, -4});
-    node->assignScale({0.3f, 0.3f, 0.3f});
-    scene->root()->appendChild(node);
+    add(geometry, {-0.5f, 0, -4}, 0.3f);
     const Image image = render(kSceneOnly);
 
     const SCNBoundingBox box = geometry->boundingBox();
     auto worldOf = [&](float x, float y) { return SCNVector3{-0.5f + 0.3f * x, 0.3f * y, -4 + 0.3f * box.max.z}; };
     const auto [left, top] = pixelOf(worldOf(box.min.x, box.max.y));
     const auto [right, bottom] = pixelOf(worldOf(box.max.x, box.min.y));
-    int inside = 0, outside = 0;
-    for (int y = 0; y < image.height; ++y)
-        for (int x = 0; x < image.width; ++x) {
-            const Rgb p = pixel(image, x, y);
-            if (p.r + p.g + p.b == 0) continue;
-            const bool within = x >= left - 1 && x <= right + 1 && y >= top - 1 && y <= bottom + 1;
-            (within ? inside : outside) += 1;
-            if (within && p.r > 250) {
-                EXPECT_NEAR(p.g, 128, 2);  // solid glyph pixels are orange
-            }
-        }
+    const auto lit = [](Rgb p) { return p.r + p.g + p.b > 0; };
+    const int inside = countWhere(image, lit, left - 1, top - 1, right + 1, bottom + 1);
     EXPECT_GT(inside, 100);
-    EXPECT_EQ(outside, 0);
+    EXPECT_EQ(countWhere(image, lit), inside);  // nothing outside the box
+    const auto notOrange = [](Rgb p) { return p.r > 250 && std::abs(p.g - 128) > 2; };  // solid glyph pixels
+    EXPECT_EQ(countWhere(image, notOrange, left - 1, top - 1, right + 1, bottom + 1), 0);
     // The glyphs reach the box's edges: a box drawn tighter would miss some of them.
-    bool reachesRight = false;
-    for (int y = static_cast<int>(top); y <= static_cast<int>(bottom); ++y)
-        reachesRight = reachesRight || pixel(image, right - 1, y).r > 0;
-    EXPECT_TRUE(reachesRight);
+    EXPECT_GT(countWhere(image, [](Rgb p) { return p.r > 0; }, int(right - 1), int(top), int(right - 1), int(bottom)), 0);
 }
 
 TEST_F(RendererTest, PicturesAreTheSameEveryTime) {
