@@ -2,18 +2,21 @@
 // that exist, copies the app's resources, and is what the generator writes; the device build
 // script steps aside plainly where there is no SDK.
 
-#include "tests/tools/xcodeproj/OldStylePlist.h"
-
 #include "tests/support/Programs.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <cctype>
 #include <filesystem>
 #include <functional>
 #include <set>
 #include <sstream>
+#include <stdexcept>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace orrery::testing {
@@ -24,6 +27,54 @@ namespace fs = std::filesystem;
 const fs::path kRoot = ORRERY_SOURCE_DIR;
 const fs::path kProject = kRoot / "OrreryAR.xcodeproj" / "project.pbxproj";
 const fs::path kTools = kRoot / "tools" / "xcodeproj";
+
+using Json = nlohmann::json;
+
+/// An old-style (OpenStep) property list, as Xcode writes projects, turned into JSON; throws when
+/// malformed. { key = value; } becomes an object, ( a, b, ) an array, and quoted or bare strings
+/// and <hex data> strings that keep their text; /* */ and // comments go.
+Json readOldStylePlist(const std::string& s) {
+    std::string json, last;  // the JSON so far; its last string
+    std::vector<std::pair<char, std::set<std::string>>> open;  // the brackets still open, with their keys
+    auto fail = [](std::size_t at) -> void {
+        throw std::runtime_error("old-style property list: cannot read at offset " + std::to_string(at));
+    };
+    auto bare = [](char c) { return std::isalnum(static_cast<unsigned char>(c)) || std::string_view("_$+/:.-").find(c) != std::string_view::npos; };
+    auto inside = [&](char bracket) { return !open.empty() && open.back().first == bracket; };
+    for (std::size_t i = 0, end = 0; i < s.size(); i = end) {
+        const char c = s[i];
+        end = i + 1;
+        if (s.compare(i, 2, "/*") == 0) {
+            end = std::min(s.find("*/", i + 2), s.size()) + 2;
+        } else if (s.compare(i, 2, "//") == 0) {
+            end = s.find('\n', i);
+        } else if (c == '"' || c == '<' || bare(c)) {  // old-style escapes that JSON lacks fail to parse
+            if (c == '"') {
+                while (end < s.size() && s[end] != '"') end += s[end] == '\\' ? 2 : 1;
+                last = s.substr(i, ++end - i);
+            } else {
+                end = c == '<' ? std::min(s.find('>', i), s.size()) + 1 : std::find_if_not(s.begin() + i, s.end(), bare) - s.begin();
+                last = Json(s.substr(i, end - i)).dump();
+            }
+            json += last;
+        } else if (c == '{' || c == '(') {
+            open.push_back({c, {}});
+            json += c == '{' ? '{' : '[';
+        } else if (c == '}' || c == ')') {
+            // A dictionary's last entry ends in ';', an array's last item may end in ','.
+            if (!inside(c == '}' ? '{' : '(') || (c == '}' && !json.ends_with(',') && !json.ends_with('{'))) fail(i);
+            if (json.ends_with(',')) json.pop_back();
+            open.pop_back();
+            json += c == '}' ? '}' : ']';
+        } else if (c == '=' || c == ';' || c == ',') {
+            if (!inside(c == ',' ? '(' : '{') || (c == '=' && !open.back().second.insert(last).second)) fail(i);  // a key given twice
+            json += c == '=' ? ':' : ',';
+        } else if (!std::isspace(static_cast<unsigned char>(c))) {
+            fail(i);
+        }
+    }
+    return Json::parse(json);
+}
 
 /// What cmake prints with ROOT set to the repository and `arguments`, failing the test if it fails.
 std::string cmake(std::vector<std::string> arguments) {
@@ -49,8 +100,6 @@ struct ProjectContents {
     std::set<std::string> copied;    // its Resources phase
     std::set<std::string> named;     // every file reference inside the repository
 };
-
-using Json = nlohmann::json;
 
 ProjectContents readProject(const Json& project) {
     const Json& objects = project.at("objects");
@@ -122,6 +171,7 @@ public:  // the drift cases below change the fixture through a reference to it
         ADD_FAILURE() << "no object with " << key << " = " << value;
         return "";
     }
+    void rename(const std::string& path, const std::string& to) { objects()[idWhere("path", path)]["path"] = to; }
     /// Takes the build file of `fileRef` out of every build phase.
     void dropBuildFileOf(const std::string& fileRef) {
         const std::string buildFile = idWhere("fileRef", fileRef);
@@ -150,23 +200,17 @@ TEST_F(XcodeProject, ReportsEachKindOfDrift) {
         std::string problem;
     };
     const std::vector<Case> cases = {
-        {"a logic file added after the project was made",
-         [](XcodeProject& t) { t.sources.push_back("content/Orbits.cpp"); },
+        {"a logic file added after the project was made", [](XcodeProject& t) { t.sources.push_back("content/Orbits.cpp"); },
          "not compiled by the project: content/Orbits.cpp"},
-        {"a source left out of the Sources phase",
-         [](XcodeProject& t) { t.dropBuildFileOf(t.idWhere("path", "Placement.cpp")); },
+        {"a source left out of the Sources phase", [](XcodeProject& t) { t.dropBuildFileOf(t.idWhere("path", "Placement.cpp")); },
          "not compiled by the project: app/Placement.cpp"},
-        {"a file removed from the device build but still compiled",
-         [](XcodeProject& t) { std::erase(t.sources, "app/main.mm"); },
+        {"a file removed from the device build but still compiled", [](XcodeProject& t) { std::erase(t.sources, "app/main.mm"); },
          "compiled by the project but not a device source: app/main.mm"},
-        {"a file renamed in the project only",
-         [](XcodeProject& t) { t.objects()[t.idWhere("path", "Touches.cpp")]["path"] = "Touch.cpp"; },
+        {"a file renamed in the project only", [](XcodeProject& t) { t.rename("Touches.cpp", "Touch.cpp"); },
          "names a missing file: interaction/Touch.cpp"},
-        {"a storyboard whose file is gone",
-         [](XcodeProject& t) { t.objects()[t.idWhere("path", "Base.lproj/LaunchScreen.storyboard")]["path"] = "Base.lproj/Launch.storyboard"; },
+        {"a storyboard whose file is gone", [](XcodeProject& t) { t.rename("Base.lproj/LaunchScreen.storyboard", "Base.lproj/Launch.storyboard"); },
          "names a missing file: app/Base.lproj/Launch.storyboard"},
-        {"the models not copied into the app",
-         [](XcodeProject& t) { t.dropBuildFileOf(t.idWhere("path", "art.scnassets")); },
+        {"the models not copied into the app", [](XcodeProject& t) { t.dropBuildFileOf(t.idWhere("path", "art.scnassets")); },
          "does not copy: art.scnassets"},
     };
     for (const Case& c : cases) {
