@@ -108,8 +108,7 @@ ProjectContents readProject(const Json& project) {
 
     ProjectContents contents;
     std::map<std::string, std::string> pathOf;  // object id -> path
-    std::function<void(const std::string&, const std::string&)> walk = [&](const std::string& groupId,
-                                                                           const std::string& folder) {
+    std::function<void(const std::string&, const std::string&)> walk = [&](const std::string& groupId, const std::string& folder) {
         for (const std::string& id : ids(objects.at(groupId), "children")) {
             const Json& child = objects.at(id);
             if (child.value("sourceTree", "") != "<group>") continue;  // the SDK's frameworks, the product
@@ -149,8 +148,7 @@ std::vector<std::string> projectProblems(const ProjectContents& project, const s
     for (const std::string& source : sources)
         if (!project.compiled.count(source)) problems.push_back("not compiled by the project: " + source);
     for (const std::string& compiled : project.compiled)
-        if (std::find(sources.begin(), sources.end(), compiled) == sources.end())
-            problems.push_back("compiled by the project but not a device source: " + compiled);
+        if (!std::ranges::count(sources, compiled)) problems.push_back("compiled by the project but not a device source: " + compiled);
     for (const std::string& file : project.named)
         if (!fs::exists(kRoot / file)) problems.push_back("names a missing file: " + file);
     for (const char* resource : {"app/Main.storyboard", "app/LaunchScreen.storyboard", "app/Assets.xcassets", "art.scnassets"})
