@@ -7,6 +7,7 @@
 
 #include "platform/memory/ColladaNumbers.h"
 #include "platform/memory/ColladaTransforms.h"
+#include "platform/memory/Matrix3.h"
 #include "platform/memory/PolygonTriangulator.h"
 
 #include <pugixml.hpp>
@@ -109,7 +110,7 @@ struct Notes {
 struct Accessor {
     const std::vector<float>* data = nullptr;
     std::uint32_t count = 0, stride = 0, offset = 0;
-    std::uint32_t slots[3] = {0, 1, 2};
+    std::array<std::uint32_t, 3> slots{0, 1, 2};
     int components = 0;
 
     float at(std::uint32_t i, int k) const {
@@ -469,34 +470,29 @@ private:
 
     /// Moves a skin's mesh by its bind-shape matrix (normals by the inverse transpose).
     void applyBindShape(const Matrix& m, MemoryMeshGeometry& mesh, const pugi::xml_node& skin) {
-        double inverse[3][3];
-        const double (*a)[4] = m.m;
-        const double det = a[0][0] * (a[1][1] * a[2][2] - a[1][2] * a[2][1]) -
-                           a[0][1] * (a[1][0] * a[2][2] - a[1][2] * a[2][0]) +
-                           a[0][2] * (a[1][0] * a[2][1] - a[1][1] * a[2][0]);
-        for (int r = 0; r < 3; ++r)
-            for (int c = 0; c < 3; ++c) {  // cofactors: the inverse transpose times det
-                const int r1 = (r + 1) % 3, r2 = (r + 2) % 3, c1 = (c + 1) % 3, c2 = (c + 2) % 3;
-                inverse[r][c] = a[r1][c1] * a[r2][c2] - a[r1][c2] * a[r2][c1];
-            }
+        const Matrix3d a{{{m.m[0][0], m.m[0][1], m.m[0][2]}, {m.m[1][0], m.m[1][1], m.m[1][2]}, {m.m[2][0], m.m[2][1], m.m[2][2]}}};
+        const Vector3d shift{m.m[0][3], m.m[1][3], m.m[2][3]};
+        // Normals move by the inverse transpose; its multiple by the determinant's size has no
+        // singular case, and the sign keeps them facing out of a mirrored surface.
+        Matrix3d normalMatrix = transposed(adjugate(a));
+        if (determinant(a) < 0)
+            for (auto& row : normalMatrix)
+                for (double& x : row) x = -x;
         std::vector<SCNVector3> positions = mesh.positions, normals = mesh.normals;
         for (auto& p : positions) {
-            const double x = p.x, y = p.y, z = p.z;
-            p = {static_cast<float>(a[0][0] * x + a[0][1] * y + a[0][2] * z + a[0][3]),
-                 static_cast<float>(a[1][0] * x + a[1][1] * y + a[1][2] * z + a[1][3]),
-                 static_cast<float>(a[2][0] * x + a[2][1] * y + a[2][2] * z + a[2][3])};
+            const Vector3d moved = times(a, {p.x, p.y, p.z});
+            p = {static_cast<float>(moved[0] + shift[0]), static_cast<float>(moved[1] + shift[1]),
+                 static_cast<float>(moved[2] + shift[2])};
             if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z)) {
                 warn(skin, "<bind_shape_matrix> left out: it moves vertices beyond 32-bit floats");
                 return;
             }
         }
-        const double sign = det < 0 ? -1.0 : 1.0;
         for (auto& n : normals) {
-            double v[3];
-            for (int r = 0; r < 3; ++r) v[r] = sign * (inverse[r][0] * n.x + inverse[r][1] * n.y + inverse[r][2] * n.z);
-            const double length = std::sqrt(v[0] * v[0] + v[1] * v[1] + v[2] * v[2]);
+            Vector3d v = times(normalMatrix, {n.x, n.y, n.z});
+            const double length = makeUnit(v);
             if (length > 0 && std::isfinite(length))
-                n = {static_cast<float>(v[0] / length), static_cast<float>(v[1] / length), static_cast<float>(v[2] / length)};
+                n = {static_cast<float>(v[0]), static_cast<float>(v[1]), static_cast<float>(v[2])};
         }
         mesh.positions = std::move(positions);
         mesh.normals = std::move(normals);

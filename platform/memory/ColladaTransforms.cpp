@@ -1,6 +1,7 @@
 #include "platform/memory/ColladaTransforms.h"
 
 #include "platform/memory/ColladaNumbers.h"
+#include "platform/memory/Matrix3.h"
 
 #include <cmath>
 #include <cstring>
@@ -32,18 +33,18 @@ bool Matrix::isIdentity() const {
 
 namespace {
 
-using Vec = std::array<double, 3>;
+using Vec = Vector3d;
 
-double dot(const Vec& a, const Vec& b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
-Vec cross(const Vec& a, const Vec& b) {
-    return {a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
-}
 /// `v` at unit length; false for a zero or non-finite vector.
 bool normalize(Vec& v) {
-    const double length = std::sqrt(dot(v, v));
-    if (!(length > 0) || !std::isfinite(length)) return false;
-    for (double& x : v) x /= length;
-    return true;
+    const double length = makeUnit(v);
+    return length > 0 && std::isfinite(length);
+}
+
+/// Sets the turning and scaling part of `m`.
+void setLinear(Matrix& m, const Matrix3d& a) {
+    for (std::size_t r = 0; r < a.size(); ++r)
+        for (std::size_t c = 0; c < a.size(); ++c) m.m[r][c] = a[r][c];
 }
 
 Matrix rotation(Vec axis, double degrees) {
@@ -51,24 +52,16 @@ Matrix rotation(Vec axis, double degrees) {
     if (!normalize(axis)) return step;  // no axis, no turn
     const double x = axis[0], y = axis[1], z = axis[2];
     const double a = degrees * std::numbers::pi / 180.0, c = std::cos(a), s = std::sin(a), t = 1 - c;
-    const double r[3][3] = {{t * x * x + c, t * x * y - s * z, t * x * z + s * y},
-                            {t * x * y + s * z, t * y * y + c, t * y * z - s * x},
-                            {t * x * z - s * y, t * y * z + s * x, t * z * z + c}};
-    for (int i = 0; i < 3; ++i)
-        for (int j = 0; j < 3; ++j) step.m[i][j] = r[i][j];
+    setLinear(step, {{{t * x * x + c, t * x * y - s * z, t * x * z + s * y},
+                      {t * x * y + s * z, t * y * y + c, t * y * z - s * x},
+                      {t * x * z - s * y, t * y * z + s * x, t * z * z + c}}});
     return step;
-}
-
-double determinant(const double a[3][3]) {
-    return a[0][0] * (a[1][1] * a[2][2] - a[1][2] * a[2][1]) - a[0][1] * (a[1][0] * a[2][2] - a[1][2] * a[2][0]) +
-           a[0][2] * (a[1][0] * a[2][1] - a[1][1] * a[2][0]);
 }
 
 /// Eigen-decomposition of a symmetric 3x3 by Jacobi rotations: `s` becomes diagonal
 /// (the eigenvalues), `v` holds the eigenvectors as columns.
-void symmetricEigen(double s[3][3], double v[3][3]) {
-    for (int i = 0; i < 3; ++i)
-        for (int j = 0; j < 3; ++j) v[i][j] = i == j;
+void symmetricEigen(Matrix3d& s, Matrix3d& v) {
+    v = {{{1, 0, 0}, {0, 1, 0}, {0, 0, 1}}};
     for (int sweep = 0; sweep < 50; ++sweep) {
         const double off = s[0][1] * s[0][1] + s[0][2] * s[0][2] + s[1][2] * s[1][2];
         const double diagonal = s[0][0] * s[0][0] + s[1][1] * s[1][1] + s[2][2] * s[2][2];
@@ -100,7 +93,7 @@ void symmetricEigen(double s[3][3], double v[3][3]) {
 
 /// Sets the node from a 3x3 linear part whose columns are orthogonal, and a translation.
 /// A mirroring part (negative determinant) becomes negative scale on every axis.
-bool setOrthogonal(MemoryNode& node, const double a[3][3], const double t[3]) {
+bool setOrthogonal(MemoryNode& node, const Matrix3d& a, const Vec& t) {
     const double sign = determinant(a) < 0 ? -1.0 : 1.0;
     simd_float4x4 matrix = matrix_identity_float4x4();
     for (int r = 0; r < 3; ++r) {
@@ -120,7 +113,7 @@ bool setOrthogonal(MemoryNode& node, const double a[3][3], const double t[3]) {
            std::isfinite(q.z) && std::isfinite(q.w);
 }
 
-bool shears(const double a[3][3]) {
+bool shears(const Matrix3d& a) {
     for (int i = 0; i < 3; ++i)
         for (int j = i + 1; j < 3; ++j) {
             double ij = 0, ii = 0, jj = 0;
@@ -220,45 +213,37 @@ Matrix assetConversion(const pugi::xml_node& asset, std::string& warning) {
 
 Placement placeNode(const Matrix& m, MemoryNode& node, std::shared_ptr<MemoryNode>& inner,
                     const std::shared_ptr<CallLog>& log) {
-    double a[3][3];
-    const double t[3] = {m.m[0][3], m.m[1][3], m.m[2][3]};
-    for (int r = 0; r < 3; ++r)
-        for (int c = 0; c < 3; ++c) a[r][c] = m.m[r][c];
-    for (int r = 0; r < 3; ++r)
-        for (int c = 0; c < 3; ++c)
+    Matrix3d a;
+    const Vec t{m.m[0][3], m.m[1][3], m.m[2][3]};
+    for (std::size_t r = 0; r < a.size(); ++r)
+        for (std::size_t c = 0; c < a.size(); ++c) {
+            a[r][c] = m.m[r][c];
             if (!std::isfinite(a[r][c])) return Placement::tooLarge;
+        }
     if (!shears(a)) return setOrthogonal(node, a, t) ? Placement::exact : Placement::tooLarge;
 
     // a = u * diag(sigma) * v^T with rotations u and v: the node takes u and sigma, the inner
     // node v^T. v and sigma come from the eigen-decomposition of a^T a.
-    double s[3][3], v[3][3];
-    for (int i = 0; i < 3; ++i)
-        for (int j = 0; j < 3; ++j) s[i][j] = a[0][i] * a[0][j] + a[1][i] * a[1][j] + a[2][i] * a[2][j];
+    Matrix3d s = product(transposed(a), a), v;
     symmetricEigen(s, v);
     if (determinant(v) < 0)
         for (auto& row : v) row[2] = -row[2];
-    double sigma[3], u[3][3];
+    Vec sigma;
+    const Matrix3d u = product(a, v);
     const double largest = std::sqrt(std::max({s[0][0], s[1][1], s[2][2], 0.0}));
-    for (int c = 0; c < 3; ++c) {
-        sigma[c] = std::sqrt(std::max(s[c][c], 0.0));
-        for (int r = 0; r < 3; ++r) u[r][c] = a[r][0] * v[0][c] + a[r][1] * v[1][c] + a[r][2] * v[2][c];
-    }
+    for (std::size_t c = 0; c < sigma.size(); ++c) sigma[c] = std::sqrt(std::max(s[c][c], 0.0));
     // Columns of u are a v_i / sigma_i. An axis the matrix collapses keeps scale 0 and no
     // direction; the node completes its frame. A mirror stays in u (its determinant is
     // negative), which setOrthogonal turns into negative scale.
-    double outer[3][3];
-    for (int c = 0; c < 3; ++c) {
+    Matrix3d outer;
+    for (std::size_t c = 0; c < outer.size(); ++c) {
         Vec column{u[0][c], u[1][c], u[2][c]};
         const bool kept = sigma[c] > 1e-12 * largest && normalize(column);
-        for (int r = 0; r < 3; ++r) outer[r][c] = kept ? column[r] * sigma[c] : 0.0;
+        for (std::size_t r = 0; r < outer.size(); ++r) outer[r][c] = kept ? column[r] * sigma[c] : 0.0;
     }
     if (!setOrthogonal(node, outer, t)) return Placement::tooLarge;
-    double vt[3][3];
-    const double zero[3] = {0, 0, 0};
-    for (int r = 0; r < 3; ++r)
-        for (int c = 0; c < 3; ++c) vt[r][c] = v[c][r];
     inner = MemoryNode::make(log);
-    if (!setOrthogonal(*inner, vt, zero)) return Placement::tooLarge;
+    if (!setOrthogonal(*inner, transposed(v), Vec{})) return Placement::tooLarge;
     return Placement::sheared;
 }
 

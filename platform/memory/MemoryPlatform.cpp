@@ -1,6 +1,7 @@
 #include "platform/memory/MemoryPlatform.h"
 
 #include "platform/memory/ColladaLoader.h"
+#include "platform/memory/Matrix3.h"
 
 #include <algorithm>
 #include <cctype>
@@ -16,22 +17,18 @@ namespace {
 
 using Json = nlohmann::json;
 
-struct Vec {
-    double x = 0, y = 0, z = 0;
-};
+using Vec = Vector3d;
 
 Vec toVec(SCNVector3 v) { return {static_cast<double>(v.x), static_cast<double>(v.y), static_cast<double>(v.z)}; }
 
-SCNVector3 toVector3(const Vec& v) { return {static_cast<float>(v.x), static_cast<float>(v.y), static_cast<float>(v.z)}; }
+SCNVector3 toVector3(const Vec& v) { return {static_cast<float>(v[0]), static_cast<float>(v[1]), static_cast<float>(v[2])}; }
 
 /// Rows of the camera's orientation: yaw about y, then pitch about the turned x axis.
-void cameraBasis(const SimulatedCamera& camera, double r[3][3]) {
+Matrix3d cameraBasis(const SimulatedCamera& camera) {
     const double cy = std::cos(static_cast<double>(camera.yaw)), sy = std::sin(static_cast<double>(camera.yaw));
     const double cp = std::cos(static_cast<double>(camera.pitch)), sp = std::sin(static_cast<double>(camera.pitch));
     // Ry(yaw) * Rx(pitch)
-    const double m[3][3] = {{cy, sy * sp, sy * cp}, {0, cp, -sp}, {-sy, cy * sp, cy * cp}};
-    for (int i = 0; i < 3; ++i)
-        for (int j = 0; j < 3; ++j) r[i][j] = m[i][j];
+    return {{{cy, sy * sp, sy * cp}, {0, cp, -sp}, {-sy, cy * sp, cy * cp}}};
 }
 
 /// Focal length in points of the pinhole projection.
@@ -45,31 +42,19 @@ double focalLength(const SimulatedCamera& camera) {
 /// meets it where it leaves. Empty and degenerate boxes are never met.
 std::optional<double> rayHitsBox(const simd_float4x4& world, const SCNBoundingBox& box, const Vec& o, const Vec& dir) {
     if (box.max.x < box.min.x || box.max.y < box.min.y || box.max.z < box.min.z || box.min == box.max) return std::nullopt;
-    double a[3][3], shift[3];
-    for (int row = 0; row < 3; ++row) {
-        for (int col = 0; col < 3; ++col) a[row][col] = static_cast<double>(world.columns[col][row]);
+    Matrix3d a;
+    Vec shift;
+    for (std::size_t row = 0; row < a.size(); ++row) {
+        for (std::size_t col = 0; col < a.size(); ++col) a[row][col] = static_cast<double>(world.columns[col][row]);
         shift[row] = static_cast<double>(world.columns[3][row]);
     }
-    const double det = a[0][0] * (a[1][1] * a[2][2] - a[1][2] * a[2][1]) - a[0][1] * (a[1][0] * a[2][2] - a[1][2] * a[2][0]) +
-                       a[0][2] * (a[1][0] * a[2][1] - a[1][1] * a[2][0]);
-    if (!std::isfinite(det) || std::abs(det) <= 1e-30) return std::nullopt;
-    const double inv[3][3] = {{(a[1][1] * a[2][2] - a[1][2] * a[2][1]) / det, (a[0][2] * a[2][1] - a[0][1] * a[2][2]) / det,
-                               (a[0][1] * a[1][2] - a[0][2] * a[1][1]) / det},
-                              {(a[1][2] * a[2][0] - a[1][0] * a[2][2]) / det, (a[0][0] * a[2][2] - a[0][2] * a[2][0]) / det,
-                               (a[0][2] * a[1][0] - a[0][0] * a[1][2]) / det},
-                              {(a[1][0] * a[2][1] - a[1][1] * a[2][0]) / det, (a[0][1] * a[2][0] - a[0][0] * a[2][1]) / det,
-                               (a[0][0] * a[1][1] - a[0][1] * a[1][0]) / det}};
-    const double worldOrigin[3] = {o.x - shift[0], o.y - shift[1], o.z - shift[2]};
-    const double worldDirection[3] = {dir.x, dir.y, dir.z};
-    double origin[3], direction[3];
-    for (int row = 0; row < 3; ++row) {
-        origin[row] = inv[row][0] * worldOrigin[0] + inv[row][1] * worldOrigin[1] + inv[row][2] * worldOrigin[2];
-        direction[row] = inv[row][0] * worldDirection[0] + inv[row][1] * worldDirection[1] + inv[row][2] * worldDirection[2];
-    }
-    const double lo[3] = {box.min.x, box.min.y, box.min.z}, hi[3] = {box.max.x, box.max.y, box.max.z};
+    const auto inv = inverse(a, 1e-30);
+    if (!inv) return std::nullopt;
+    const Vec origin = times(*inv, {o[0] - shift[0], o[1] - shift[1], o[2] - shift[2]}), direction = times(*inv, dir);
+    const Vec lo = toVec(box.min), hi = toVec(box.max);
     // Slab test.
     double enter = -std::numeric_limits<double>::infinity(), leave = std::numeric_limits<double>::infinity();
-    for (int axis = 0; axis < 3; ++axis) {
+    for (std::size_t axis = 0; axis < origin.size(); ++axis) {
         if (direction[axis] == 0.0) {
             if (origin[axis] < lo[axis] || origin[axis] > hi[axis]) return std::nullopt;
             continue;
@@ -144,8 +129,7 @@ bool uriCharacter(char c) {
 // ---------------------------------------------------------------- camera and room
 
 simd_float4x4 SimulatedCamera::transform() const {
-    double r[3][3];
-    cameraBasis(*this, r);
+    const Matrix3d r = cameraBasis(*this);
     simd_float4x4 m = matrix_identity_float4x4();
     for (int c = 0; c < 3; ++c)
         for (int row = 0; row < 3; ++row) m.columns[c][row] = static_cast<float>(r[row][c]);
@@ -156,28 +140,19 @@ simd_float4x4 SimulatedCamera::transform() const {
 void SimulatedCamera::rayThrough(CGPoint point, SCNVector3& origin, SCNVector3& direction) const {
     const double f = focalLength(*this);
     // Camera space: x right, y up, looking along -z; view points have y down.
-    const double local[3] = {(point.x - viewport.width / 2.0) / f, -(point.y - viewport.height / 2.0) / f, -1.0};
-    double r[3][3];
-    cameraBasis(*this, r);
-    Vec world{r[0][0] * local[0] + r[0][1] * local[1] + r[0][2] * local[2],
-              r[1][0] * local[0] + r[1][1] * local[1] + r[1][2] * local[2],
-              r[2][0] * local[0] + r[2][1] * local[1] + r[2][2] * local[2]};
-    const double length = std::sqrt(world.x * world.x + world.y * world.y + world.z * world.z);
+    Vec world = times(cameraBasis(*this), {(point.x - viewport.width / 2.0) / f, -(point.y - viewport.height / 2.0) / f, -1.0});
+    makeUnit(world);
     origin = position;
-    direction = toVector3({world.x / length, world.y / length, world.z / length});
+    direction = toVector3(world);
 }
 
 std::optional<CGPoint> SimulatedCamera::project(SCNVector3 world) const {
-    double r[3][3];
-    cameraBasis(*this, r);
     const Vec p = toVec(world), o = toVec(position);
-    const Vec rel{p.x - o.x, p.y - o.y, p.z - o.z};
     // Into camera space with the transposed basis.
-    const Vec local{r[0][0] * rel.x + r[1][0] * rel.y + r[2][0] * rel.z, r[0][1] * rel.x + r[1][1] * rel.y + r[2][1] * rel.z,
-                    r[0][2] * rel.x + r[1][2] * rel.y + r[2][2] * rel.z};
-    if (!(local.z < 0)) return std::nullopt;
+    const Vec local = times(transposed(cameraBasis(*this)), {p[0] - o[0], p[1] - o[1], p[2] - o[2]});
+    if (!(local[2] < 0)) return std::nullopt;
     const double f = focalLength(*this);
-    return CGPoint{viewport.width / 2.0 + f * local.x / -local.z, viewport.height / 2.0 - f * local.y / -local.z};
+    return CGPoint{viewport.width / 2.0 + f * local[0] / -local[2], viewport.height / 2.0 - f * local[1] / -local[2]};
 }
 
 bool SimulatedCamera::onScreen(CGPoint point) const {
@@ -197,11 +172,11 @@ SimulatedRoom SimulatedRoom::standard() {
 std::vector<SCNVector3> SimulatedRoom::intersect(SCNVector3 origin, SCNVector3 direction) const {
     const Vec o = toVec(origin), dir = toVec(direction);
     std::vector<std::pair<double, SCNVector3>> hits;
-    if (dir.y == 0.0) return {};
+    if (dir[1] == 0.0) return {};
     for (const auto& surface : surfaces) {
-        const double t = (static_cast<double>(surface.height) - o.y) / dir.y;
+        const double t = (static_cast<double>(surface.height) - o[1]) / dir[1];
         if (!(t > 0)) continue;
-        const double x = o.x + t * dir.x, z = o.z + t * dir.z;
+        const double x = o[0] + t * dir[0], z = o[2] + t * dir[2];
         if (x < surface.minX || x > surface.maxX || z < surface.minZ || z > surface.maxZ) continue;
         hits.emplace_back(t, SCNVector3{static_cast<float>(x), surface.height, static_cast<float>(z)});
     }

@@ -1,5 +1,6 @@
 #include "platform/memory/MemoryScene.h"
 
+#include "platform/memory/Matrix3.h"
 #include "platform/memory/SceneIndex.h"
 #include "platform/memory/TextLayout.h"
 
@@ -63,7 +64,7 @@ struct Quat {
     }
 
     /// From an orthonormal rotation matrix given by rows r[row][column].
-    static Quat fromMatrix(const double r[3][3]) {
+    static Quat fromMatrix(const Matrix3d& r) {
         Quat q;
         const double trace = r[0][0] + r[1][1] + r[2][2];
         if (trace > 0) {
@@ -582,13 +583,13 @@ void MemoryNode::adoptLog(const std::shared_ptr<CallLog>& log) {
 simd_float4x4 MemoryNode::localTransform() const {
     const Quat q = fromRotation(rotation_);
     const double w = q.w, x = q.x, y = q.y, z = q.z;
-    const double r[3][3] = {{1 - 2 * (y * y + z * z), 2 * (x * y - w * z), 2 * (x * z + w * y)},
-                            {2 * (x * y + w * z), 1 - 2 * (x * x + z * z), 2 * (y * z - w * x)},
-                            {2 * (x * z - w * y), 2 * (y * z + w * x), 1 - 2 * (x * x + y * y)}};
-    const double s[3] = {d(nodeScale().x), d(nodeScale().y), d(nodeScale().z)};
+    const Matrix3d r{{{1 - 2 * (y * y + z * z), 2 * (x * y - w * z), 2 * (x * z + w * y)},
+                      {2 * (x * y + w * z), 1 - 2 * (x * x + z * z), 2 * (y * z - w * x)},
+                      {2 * (x * z - w * y), 2 * (y * z + w * x), 1 - 2 * (x * x + y * y)}}};
+    const Vector3d s{d(nodeScale().x), d(nodeScale().y), d(nodeScale().z)};
     simd_float4x4 m = matrix_identity_float4x4();
-    for (int c = 0; c < 3; ++c)
-        for (int row = 0; row < 3; ++row) m.columns[c][row] = static_cast<float>(r[row][c] * s[c]);
+    for (std::size_t c = 0; c < s.size(); ++c)
+        for (std::size_t row = 0; row < s.size(); ++row) m.columns[c][row] = static_cast<float>(r[row][c] * s[c]);
     m.columns[3] = {nodePosition().x, nodePosition().y, nodePosition().z, 1.0f};
     return m;
 }
@@ -636,23 +637,12 @@ void MemoryNode::assignGeometry(std::shared_ptr<SCNGeometry> geometry) {
 void MemoryNode::setTransformMatrix(const simd_float4x4& matrix) {
     const auto& c = matrix.columns;
     assignPosition({c[3][0], c[3][1], c[3][2]});
-    using Axis = std::array<double, 3>;
-    const auto cross = [](const Axis& a, const Axis& b) {
-        return Axis{a[1] * b[2] - a[2] * b[1], a[2] * b[0] - a[0] * b[2], a[0] * b[1] - a[1] * b[0]};
-    };
-    /// Scales `a` to unit length and returns the length it had; a zero axis stays zero.
-    const auto unit = [](Axis& a) {
-        const double length = std::sqrt(a[0] * a[0] + a[1] * a[1] + a[2] * a[2]);
-        if (length > 0)
-            for (double& x : a) x /= length;
-        return length;
-    };
-    double scale[3];
-    Axis axes[3];
-    bool known[3];
-    for (int col = 0; col < 3; ++col) {
+    Vector3d scale;
+    Matrix3d axes;
+    std::array<bool, 3> known;
+    for (std::size_t col = 0; col < axes.size(); ++col) {
         axes[col] = {d(c[col][0]), d(c[col][1]), d(c[col][2])};
-        scale[col] = unit(axes[col]);
+        scale[col] = makeUnit(axes[col]);
         known[col] = scale[col] > 0;
     }
     // An axis scaled to nothing has no direction of its own: any that completes a right-handed
@@ -660,18 +650,15 @@ void MemoryNode::setTransformMatrix(const simd_float4x4& matrix) {
     const int count = known[0] + known[1] + known[2];
     if (count == 0) axes[0] = {1, 0, 0}, known[0] = true;
     if (count <= 1) {
-        const int at = known[0] ? 0 : known[1] ? 1 : 2, next = (at + 1) % 3;
-        axes[next] = cross(axes[at], std::abs(axes[at][0]) < 0.9 ? Axis{1, 0, 0} : Axis{0, 1, 0});
-        unit(axes[next]);
+        const std::size_t at = known[0] ? 0 : known[1] ? 1 : 2, next = (at + 1) % 3;
+        axes[next] = cross(axes[at], std::abs(axes[at][0]) < 0.9 ? Vector3d{1, 0, 0} : Vector3d{0, 1, 0});
+        makeUnit(axes[next]);
         known[next] = true;
     }
-    for (int col = 0; col < 3; ++col)
+    for (std::size_t col = 0; col < axes.size(); ++col)
         if (!known[col]) axes[col] = cross(axes[(col + 1) % 3], axes[(col + 2) % 3]);
-    double r[3][3];
-    for (int col = 0; col < 3; ++col)
-        for (int row = 0; row < 3; ++row) r[row][col] = axes[col][row];
     assignScale({static_cast<float>(scale[0]), static_cast<float>(scale[1]), static_cast<float>(scale[2])});
-    assignRotation(Quat::fromMatrix(r).toAxisAngle());
+    assignRotation(Quat::fromMatrix(transposed(axes)).toAxisAngle());
 }
 
 // ---------------------------------------------------------------- scenes
