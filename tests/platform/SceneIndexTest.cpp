@@ -164,6 +164,36 @@ TEST(SceneIndex, RaysMeetBoxesAheadOfThemOnly) {
     for (const Ray& r : rays) EXPECT_EQ(box.metBy(r.origin, r.direction), r.meets) << r.origin[0] << "," << r.origin[1];
 }
 
+TEST(SceneIndex, LeavesKeepTheirLooseBoxWhileTheyMoveInsideIt) {
+    // Containment, edge to edge and poking out on each side of each axis.
+    const WorldBox outer{{{0, 0, 0}}, {{2, 2, 2}}};
+    EXPECT_TRUE(outer.contains(outer));
+    EXPECT_TRUE(outer.contains({{{0.5f, 1, 1.5f}}, {{1, 1.5f, 2}}}));
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        WorldBox low = outer, high = outer;
+        low.lo[axis] = -0.01f;
+        high.hi[axis] = 2.01f;
+        EXPECT_FALSE(outer.contains(low)) << axis;
+        EXPECT_FALSE(outer.contains(high)) << axis;
+    }
+    // A unit box is stored a tenth larger on every side; a move that stays inside keeps that
+    // box, so a ray through its lower margin still finds the leaf.
+    BoxTree tree;
+    const auto owner = MemoryNode::make(nullptr);
+    const BoxTree::Id leaf = tree.insert({{{0, 0, 0}}, {{1, 1, 1}}}, owner.get());
+    const auto found = [&](double y) {
+        std::vector<MemoryNode*> owners;
+        tree.raycast({-5, y, 0.5}, {1, 0, 0}, owners);
+        return owners.size();
+    };
+    EXPECT_EQ(found(-0.08), 1u);
+    tree.move(leaf, {{{0.05f, 0.05f, 0.05f}}, {{1.05f, 1.05f, 1.05f}}});
+    EXPECT_EQ(found(-0.08), 1u) << "inside the stored box: nothing changes";
+    tree.move(leaf, {{{0.5f, 0.5f, 0.5f}}, {{1.5f, 1.5f, 1.5f}}});
+    EXPECT_EQ(found(-0.08), 0u) << "out of it: stored anew";
+    EXPECT_EQ(found(1.55), 1u);
+}
+
 TEST(SceneIndex, FramesRunTheActionsOfTheSceneAlone) {
     MemoryPlatform platform;
     platform.view->setScene(platform.newScene());

@@ -110,7 +110,7 @@ std::vector<std::array<double, 2>> outlineSamples(const std::string& fontFile, c
 }
 
 TEST(TextLayout, FlattenedCurvesKeepToTheGlyphWithinTheFlatness) {
-    for (const double size : {1.0, 100.0}) {
+    for (const double size : {1.0, 100.0, 3000.0}) {
         const auto layout = layoutText("S", UIFont{"Optima", size});
         const auto samples = outlineSamples(layout->fontFile, U'S', size);
         ASSERT_GT(samples.size(), 1000u);
