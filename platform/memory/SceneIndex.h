@@ -39,6 +39,12 @@ public:
     /// Appends the owner of every leaf whose stored box the ray meets (t >= 0), in no order.
     void raycast(const std::array<double, 3>& origin, const std::array<double, 3>& direction,
                  std::vector<MemoryNode*>& owners) const;
+    /// Entries on the longest path from the root to a leaf (0 for an empty tree), found by
+    /// walking the tree: what rotations keep near the logarithm of the number of leaves.
+    std::size_t depth() const;
+    /// Whether every entry below the root agrees with its children: their parent link, a
+    /// height one above the taller child's, and the box that holds both exactly.
+    bool consistent() const;
     /// Calls `visit(owner)` for every leaf.
     template <class Visit>
     void forEachLeaf(Visit&& visit) const {

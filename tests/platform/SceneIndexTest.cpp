@@ -194,6 +194,30 @@ TEST(SceneIndex, LeavesKeepTheirLooseBoxWhileTheyMoveInsideIt) {
     EXPECT_EQ(found(1.55), 1u);
 }
 
+TEST(SceneIndex, TheBoxTreeStaysShallowWhateverTheOrderOfChanges) {
+    // Boxes along a line, added in order, would make a list of an unbalanced tree; then random
+    // moves far away and back, and removals.
+    BoxTree tree;
+    const auto owner = MemoryNode::make(nullptr);
+    std::vector<BoxTree::Id> leaves;
+    const auto unitAt = [](float x) { return WorldBox{{{x, 0, 0}}, {{x + 1, 1, 1}}}; };
+    // An AVL tree of n leaves is at most 1.44 log2(n + 2) deep.
+    const auto shallow = [&](std::size_t leafCount) {
+        return tree.consistent() && tree.depth() <= std::size_t(1.44 * std::log2(double(leafCount) + 2)) + 1;
+    };
+    for (int i = 0; i < 1000; ++i) leaves.push_back(tree.insert(unitAt(2.0f * float(i)), owner.get()));
+    EXPECT_TRUE(shallow(1000)) << tree.depth();
+    std::mt19937 random(7);
+    for (int i = 0; i < 2000; ++i)
+        tree.move(leaves[random() % leaves.size()], unitAt(float(random() % 100000) - 50000.0f));
+    EXPECT_TRUE(shallow(1000)) << tree.depth();
+    for (std::size_t i = 0; i < 900; ++i) tree.remove(leaves[i]);
+    EXPECT_TRUE(shallow(100)) << tree.depth();
+    std::size_t left = 0;
+    tree.forEachLeaf([&](MemoryNode&) { ++left; });
+    EXPECT_EQ(left, 100u);
+}
+
 TEST(SceneIndex, FramesRunTheActionsOfTheSceneAlone) {
     MemoryPlatform platform;
     platform.view->setScene(platform.newScene());
