@@ -303,5 +303,27 @@ TEST(ColladaLoaderFiles, TrianglesCoverTheSurfaceOnceFacingTheSameWay) {
     EXPECT_EQ(meshOf(*skin->root()->children().at(0))->bounds, (SCNBoundingBox{{0, 0, 5}, {2, 2, 5}}));
 }
 
+TEST(ColladaLoaderFiles, CornersAreSharedOnlyWithinOneSetOfSources) {
+    // Two primitives over the same positions, each with normals of its own, name the same
+    // indices: the second one's corners take their normals from its own source.
+    const auto normals = [](const std::string& id, const std::string& values) {
+        return "<source id=\"" + id + "\"><float_array id=\"" + id + "-a\" count=\"6\">" + values +
+               "</float_array><technique_common><accessor source=\"#" + id + "-a\" count=\"2\" stride=\"3\">"
+               "<param name=\"X\"/><param name=\"Y\"/><param name=\"Z\"/></accessor></technique_common></source>";
+    };
+    const auto triangle = [](const std::string& source) {
+        return "<triangles count=\"1\"><input semantic=\"VERTEX\" source=\"#v\" offset=\"0\"/><input semantic=\"NORMAL\" "
+               "source=\"#" + source + "\" offset=\"1\"/><p>0 0 1 1 0 1</p></triangles>";
+    };
+    const auto scene = loadColladaBytes(
+        document(geometry(normals("a", "0 0 1 1 0 0") + normals("b", "0 1 0 0 0 -1") + triangle("a") + triangle("b")), kMeshNode), "/");
+    ASSERT_NE(scene, nullptr);
+    const auto mesh = meshOf(*scene->root()->children().at(0));
+    ASSERT_NE(mesh, nullptr);
+    ASSERT_EQ(mesh->indices.size(), 6u);
+    const std::vector<SCNVector3> expected{{0, 0, 1}, {1, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, -1}, {0, 0, -1}};
+    for (std::size_t i = 0; i < expected.size(); ++i) EXPECT_EQ(mesh->normals.at(mesh->indices[i]), expected[i]) << "corner " << i;
+}
+
 } // namespace
 } // namespace orrery::memory

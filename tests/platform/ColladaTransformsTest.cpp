@@ -70,8 +70,8 @@ TEST(ColladaTransforms, NodesReproduceTheirMatrixAtEveryRankAndHandedness) {
         double a[3][3];
         for (auto& row : a)
             for (double& x : row) x = entry(random);
-        for (int c = 0; c < round % 3; ++c)
-            for (auto& row : a) row[(round + c) % 3] = 0;
+        for (int c = 0; c < round % 3; ++c)  // every column gets to be the one left
+            for (auto& row : a) row[(round / 3 + c) % 3] = 0;
         check("random", a, std::nullopt);
     }
 }
