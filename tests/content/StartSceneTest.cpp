@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <bit>
 #include <csignal>
 #include <cstdio>
 
@@ -51,6 +52,16 @@ TEST_F(ControllerTest, BootstrapMakesItsCallsInOrder) {
         EXPECT_TRUE(record.target == &controller && record.delegate == &controller) << record.type;
     }
     EXPECT_EQ(platform.view->delegate, &controller);
+}
+
+TEST_F(ControllerTest, ButtonConstantsAgreeWithTheBarsLiterals) {
+    // Read by no operation, yet kept: the scale and the tilt (one float step below pi/4) the bar
+    // uses, and a pitch of one width plus one gap between neighbouring buttons of a row.
+    EXPECT_EQ(controller.buttonScale, 0.2f);
+    EXPECT_EQ(std::bit_cast<std::uint32_t>(controller.buttonXinitialRotation), 0x3F490FDAu);
+    EXPECT_EQ(controller.buttonWidth, 0.4f);
+    EXPECT_EQ(expected::buttons[3].position.x - expected::buttons[2].position.x, controller.buttonWidth + controller.buttonXdistance);
+    EXPECT_EQ(controller.buttonXinitialOffset, 0.05f);
 }
 
 TEST_F(ControllerTest, StartSceneHoldsStarsEarthLabelAndButtonsWithTheOtherBodiesLoadedAside) {
