@@ -223,11 +223,10 @@ Placement placeNode(const Matrix& m, MemoryNode& node, std::shared_ptr<MemoryNod
     if (!shears(a)) return setOrthogonal(node, a, t) ? Placement::exact : Placement::tooLarge;
 
     // a = u * diag(sigma) * v^T with rotations u and v: the node takes u and sigma, the inner
-    // node v^T. v and sigma come from the eigen-decomposition of a^T a.
+    // node v^T. v and sigma come from the eigen-decomposition of a^T a; v is a product of plane
+    // rotations, so a rotation itself.
     Matrix3d s = product(transposed(a), a), v;
     symmetricEigen(s, v);
-    if (determinant(v) < 0)
-        for (auto& row : v) row[2] = -row[2];
     Vec sigma;
     const Matrix3d u = product(a, v);
     const double largest = std::sqrt(std::max({s[0][0], s[1][1], s[2][2], 0.0}));

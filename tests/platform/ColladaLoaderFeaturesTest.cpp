@@ -281,6 +281,9 @@ TEST(ColladaLoaderFiles, TrianglesCoverTheSurfaceOnceFacingTheSameWay) {
         {geometry(primitive("trifans", "<p>0 1 2 3</p>")), 1.0},
         {geometry(primitive("polylist", "<vcount>6</vcount><p>0 1 2 3 4 5</p>"), "0 0 0 2 0 0 2 1 0 1 1 0 1 2 0 0 2 0"), 3.0},
         {geometry(primitive("polygons", "<ph><p>0 1 2 3</p><h>4 5 6 7</h></ph>"), "0 0 0 3 0 0 3 3 0 0 3 0 1 1 0 2 1 0 2 2 0 1 2 0"), 8.0},
+        // An unnamed param is skipped: the 9s are never read.
+        {geometry(primitive("triangles", "<p>0 1 2 0 2 3</p>", "2"), "0 9 0 0 1 9 0 0 1 9 1 0 0 9 1 0",
+                  R"(<param name="X"/><param type="float"/><param name="Y"/><param name="Z"/>)", 4), 1.0},
     };
     for (const auto& [library, area] : shapes) {
         const auto scene = loadColladaBytes(document(library, kMeshNode), "/");
