@@ -318,9 +318,16 @@ private:
         return "an unnamed node";
     }
 
+    /// Counts one more node of the scene; past the limit the document is refused.
+    bool countNode(const pugi::xml_node& at) {
+        if (++nodeCount_ <= kMaxNodes) return true;
+        refuse(at, "more than " + std::to_string(kMaxNodes) + " nodes");
+        return false;
+    }
+
     std::shared_ptr<MemoryNode> buildNode(const pugi::xml_node& element, int depth) {
         if (depth > kMaxDepth) return refuse(element, "nodes nested more than " + std::to_string(kMaxDepth) + " deep");
-        if (++nodeCount_ > kMaxNodes) return refuse(element, "more than " + std::to_string(kMaxNodes) + " nodes");
+        if (!countNode(element)) return nullptr;
         auto node = MemoryNode::make(log_);
         if (notes_.wantNodes) notes_.nodes.emplace_back(node.get(), element.offset_debug());
         if (const auto name = element.attribute("name"))
@@ -344,7 +351,7 @@ private:
                 contents->assignGeometry(geometry);
             } else {
                 // Further meshes of the same node hang below it, one node each.
-                if (++nodeCount_ > kMaxNodes) return refuse(instance, "more than " + std::to_string(kMaxNodes) + " nodes");
+                if (!countNode(instance)) return nullptr;
                 auto extra = MemoryNode::make(log_);
                 if (notes_.wantNodes) notes_.nodes.emplace_back(extra.get(), instance.offset_debug());
                 if (const auto name = instance.attribute("name")) extra->nodeName = name.value();

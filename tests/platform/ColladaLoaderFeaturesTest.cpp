@@ -208,14 +208,18 @@ TEST(ColladaLoaderFiles, EachFeatureAndFailureMode) {
 }
 
 TEST(ColladaLoaderFiles, AsManyNodesAsAllowedButNoMore) {
-    for (const std::size_t count : {100000u, 100001u}) {
-        std::string nodes;
-        for (std::size_t i = 0; i < count; ++i) nodes += "<node/>";
-        ModelReport report;
-        const auto scene = loadColladaBytes(document("", nodes), "/", nullptr, &report);
-        EXPECT_EQ(scene != nullptr, count == 100000u) << count;
-        EXPECT_EQ(scene ? scene->root()->children().size() : 0u, count == 100000u ? count : 0u);
-    }
+    // Plain nodes, or one node fewer and a second mesh of a node, which takes a node of its own.
+    const std::string twoMeshes = R"(<node name="M"><instance_geometry url="#g"/><instance_geometry url="#g"/></node>)";
+    for (const std::size_t count : {100000u, 100001u})
+        for (const bool extraMesh : {false, true}) {
+            std::string nodes = extraMesh ? twoMeshes : "";
+            for (std::size_t i = extraMesh ? 2 : 0; i < count; ++i) nodes += "<node/>";
+            ModelReport report;
+            const auto scene = loadColladaBytes(document(geometry(primitive("triangles", "<p>0 1 2</p>")), nodes), "/", nullptr, &report);
+            EXPECT_EQ(scene != nullptr, count == 100000u) << count << extraMesh;
+            EXPECT_EQ(scene ? scene->root()->children().size() : 0u, count == 100000u ? count - extraMesh : 0u);
+            EXPECT_EQ(report.error ? report.error->message : "", count == 100000u ? "" : "more than 100000 nodes");
+        }
 }
 
 SCNVector3 apply(const simd_float4x4& m, SCNVector3 p) {

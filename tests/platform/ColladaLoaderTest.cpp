@@ -415,10 +415,10 @@ TEST(ColladaLoader, TriangulatesPolylistsAndReadsColours) {
 }
 
 TEST(ColladaLoader, SkinsMoveByTheBindShapeAndKeepNormalsUpright) {
-    // A general bind shape, once mirroring (first row negated): points move by it, and the normal
-    // (1, 2, 3) stays at right angles to the moved surface, facing the same way as before.
-    for (const double sign : {1.0, -1.0}) {
-        const double m[3][4] = {{2 * sign, 0.5 * sign, 0, 1}, {0, 3, 0.25, 0}, {0.5, 0.25, 4, 0.75}};
+    // A general bind shape, once mirroring (first row negated) and once shrinking: points move by
+    // it, and the normal (1, 2, 3) stays at right angles to the moved surface, facing the same way.
+    for (const auto& [sign, k] : {std::pair{1.0, 1.0}, std::pair{-1.0, 1.0}, std::pair{1.0, 0.05}}) {
+        const double m[3][4] = {{2 * sign * k, 0.5 * sign * k, 0, 1}, {0, 3 * k, 0.25 * k, 0}, {0.5 * k, 0.25 * k, 4 * k, 0.75}};
         std::string matrix;
         for (const auto& row : m)
             for (const double x : row) matrix += std::to_string(x) + " ";
