@@ -34,10 +34,6 @@ namespace {
 
 using namespace collada;
 
-constexpr std::uintmax_t kMaxFileBytes = 256u << 20;
-constexpr std::size_t kMaxVertices = 16u << 20;  // vertices of one mesh
-constexpr std::size_t kMaxNodes = 100000;        // nodes of one scene
-constexpr int kMaxDepth = 1024;                  // node nesting, instance_node chains included
 constexpr int kMaxControllerChain = 8;           // skins of morphs of ...
 constexpr std::size_t kMaxListedWarnings = 100;
 constexpr std::uint32_t kMaxStride = 1024;
@@ -95,6 +91,7 @@ struct Notes {
     std::size_t unlisted = 0;
     std::vector<std::pair<const MemoryNode*, std::ptrdiff_t>> nodes;
     bool wantNodes = false;
+    ModelLimits limits;
 
     void warn(std::ptrdiff_t offset, std::string message) {
         if (warnings.size() < kMaxListedWarnings)
@@ -135,7 +132,7 @@ struct CornerKeyHash {
 /// Gathers the corners of one geometry into de-duplicated vertices and triangle indices.
 class MeshBuilder {
 public:
-    explicit MeshBuilder(MemoryMeshGeometry& mesh) : mesh_(mesh) {}
+    MeshBuilder(MemoryMeshGeometry& mesh, std::size_t maxVertices) : mesh_(mesh), maxVertices_(maxVertices) {}
 
     /// Adds a corner; false if any index is out of range or the mesh grows too large.
     bool corner(const Accessor& positions, const Accessor* normals, const Accessor* texcoords, CornerKey key) {
@@ -198,7 +195,7 @@ public:
 
 private:
     std::uint32_t append(const Accessor& positions, const Accessor* normals, const Accessor* texcoords, CornerKey key) {
-        if (mesh_.positions.size() >= kMaxVertices) return kNone;
+        if (mesh_.positions.size() >= maxVertices_) return kNone;
         const auto index = static_cast<std::uint32_t>(mesh_.positions.size());
         mesh_.positions.push_back({positions.at(key.v, 0), positions.at(key.v, 1), positions.at(key.v, 2)});
         if (normals) {
@@ -217,6 +214,7 @@ private:
     }
 
     MemoryMeshGeometry& mesh_;
+    std::size_t maxVertices_;
     std::array<const Accessor*, 3> sources_{};
     std::vector<CornerKey> byPosition_;
     std::vector<std::uint32_t> byPositionOut_;
@@ -320,13 +318,14 @@ private:
 
     /// Counts one more node of the scene; past the limit the document is refused.
     bool countNode(const pugi::xml_node& at) {
-        if (++nodeCount_ <= kMaxNodes) return true;
-        refuse(at, "more than " + std::to_string(kMaxNodes) + " nodes");
+        if (++nodeCount_ <= notes_.limits.nodes) return true;
+        refuse(at, "more than " + std::to_string(notes_.limits.nodes) + " nodes");
         return false;
     }
 
     std::shared_ptr<MemoryNode> buildNode(const pugi::xml_node& element, int depth) {
-        if (depth > kMaxDepth) return refuse(element, "nodes nested more than " + std::to_string(kMaxDepth) + " deep");
+        if (depth > notes_.limits.nodeDepth)
+            return refuse(element, "nodes nested more than " + std::to_string(notes_.limits.nodeDepth) + " deep");
         if (!countNode(element)) return nullptr;
         auto node = MemoryNode::make(log_);
         if (notes_.wantNodes) notes_.nodes.emplace_back(node.get(), element.offset_debug());
@@ -521,7 +520,7 @@ private:
         }
 
         auto result = std::make_shared<MemoryMeshGeometry>(log_);
-        MeshBuilder builder(*result);
+        MeshBuilder builder(*result, notes_.limits.verticesPerMesh);
         for (const auto& primitive : mesh.children()) {
             const PrimitiveKind kind = primitiveKind(primitive.name());
             if (kind == PrimitiveKind::other) continue;
@@ -691,7 +690,7 @@ private:
             if (texcoords && key.t >= texcoords->count)
                 return fail(primitive, "texture coordinate index " + std::to_string(key.t) + " past the " +
                                            std::to_string(texcoords->count) + " texture coordinates");
-            return fail(primitive, "the mesh has more than " + std::to_string(kMaxVertices) + " vertices");
+            return fail(primitive, "the mesh has more than " + std::to_string(notes_.limits.verticesPerMesh) + " vertices");
         };
         auto addTriangle = [&](std::size_t a, std::size_t b, std::size_t c) { return add(a) && add(b) && add(c); };
         // A polygon of `n` corners from corner `first`, with holes after it (`sizes`: outline first).
@@ -920,7 +919,7 @@ std::shared_ptr<MemoryScene> refuseFile(ModelReport* report, std::string message
 } // namespace
 
 std::shared_ptr<MemoryScene> loadColladaFile(const std::filesystem::path& file, std::shared_ptr<CallLog> log,
-                                             ModelReport* report) {
+                                             ModelReport* report, const ModelLimits& limits) {
     if (report) *report = {};
     // Plain descriptor calls: one path lookup per file, as model loading is mostly small files.
     const int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
@@ -932,8 +931,8 @@ std::shared_ptr<MemoryScene> loadColladaFile(const std::filesystem::path& file, 
     struct stat info {};
     if (::fstat(fd, &info) != 0) return refuseFile(report, std::string("cannot read the file: ") + std::strerror(errno));
     if (!S_ISREG(info.st_mode)) return refuseFile(report, "not a regular file");
-    if (info.st_size < 0 || static_cast<std::uintmax_t>(info.st_size) > kMaxFileBytes)
-        return refuseFile(report, "the file is larger than " + std::to_string(kMaxFileBytes >> 20) + " MB");
+    if (info.st_size < 0 || static_cast<std::uintmax_t>(info.st_size) > limits.fileBytes)
+        return refuseFile(report, "the file is larger than " + std::to_string(limits.fileBytes >> 20) + " MB");
     const auto size = static_cast<std::size_t>(info.st_size);
     auto bytes = std::make_unique_for_overwrite<char[]>(size + 1);
     std::size_t filled = 0;
@@ -949,6 +948,7 @@ std::shared_ptr<MemoryScene> loadColladaFile(const std::filesystem::path& file, 
     if (report) lines.emplace(std::string_view(bytes.get(), size));
     Notes notes;
     notes.wantNodes = report != nullptr;
+    notes.limits = limits;
     pugi::xml_document document;
     const auto parsed = document.load_buffer_inplace(bytes.get(), size);
     auto scene = readDocument(document, parsed, file.parent_path(), std::move(log), notes);
@@ -957,12 +957,13 @@ std::shared_ptr<MemoryScene> loadColladaFile(const std::filesystem::path& file, 
 }
 
 std::shared_ptr<MemoryScene> loadColladaBytes(std::string_view bytes, const std::filesystem::path& baseFolder,
-                                              std::shared_ptr<CallLog> log, ModelReport* report) {
+                                              std::shared_ptr<CallLog> log, ModelReport* report, const ModelLimits& limits) {
     if (report) *report = {};
-    if (bytes.size() > kMaxFileBytes)
-        return refuseFile(report, "the model is larger than " + std::to_string(kMaxFileBytes >> 20) + " MB");
+    if (bytes.size() > limits.fileBytes)
+        return refuseFile(report, "the model is larger than " + std::to_string(limits.fileBytes >> 20) + " MB");
     Notes notes;
     notes.wantNodes = report != nullptr;
+    notes.limits = limits;
     pugi::xml_document document;
     const auto parsed = document.load_buffer(bytes.data(), bytes.size());
     auto scene = readDocument(document, parsed, baseFolder, std::move(log), notes);

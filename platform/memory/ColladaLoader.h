@@ -5,6 +5,7 @@
 #include "platform/memory/MemoryScene.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <optional>
@@ -34,18 +35,29 @@ struct ModelReport {
     std::unordered_map<const MemoryNode*, std::size_t> nodeLines;
 };
 
+/// How much of a model the loader takes: past a limit the file (or, for vertices, the primitive)
+/// is refused, so that hostile input cannot exhaust memory or the stack.
+struct ModelLimits {
+    std::uintmax_t fileBytes = 256u << 20;
+    std::size_t verticesPerMesh = 16u << 20;
+    std::size_t nodes = 100000;  ///< nodes of the scene, the extra nodes of further meshes included
+    int nodeDepth = 1024;        ///< node nesting, instance_node chains included
+};
+
 /// Loads a COLLADA document: the visual scene's nodes with names and transforms, mesh geometry
 /// (positions, normals, texture coordinates, triangles, bounds) and materials with texture paths.
 /// Returns null for a file that is missing or unreadable, is not well-formed XML, is not a
 /// COLLADA document, has no visual scene, or goes beyond the loader's limits (size, node count,
 /// nesting, transforms that do not fit in 32-bit floats); never throws. Parts that cannot be
 /// read are left out and the rest loads. `report`, when given, receives why the file was refused
-/// or what was left out. Calls on the returned nodes are recorded in `log`.
+/// or what was left out. Calls on the returned nodes are recorded in `log`. `limits` bounds what
+/// is taken.
 std::shared_ptr<MemoryScene> loadColladaFile(const std::filesystem::path& file, std::shared_ptr<CallLog> log = nullptr,
-                                             ModelReport* report = nullptr);
+                                             ModelReport* report = nullptr, const ModelLimits& limits = {});
 
 /// The same from bytes in memory; `baseFolder` resolves relative texture paths.
 std::shared_ptr<MemoryScene> loadColladaBytes(std::string_view bytes, const std::filesystem::path& baseFolder,
-                                              std::shared_ptr<CallLog> log = nullptr, ModelReport* report = nullptr);
+                                              std::shared_ptr<CallLog> log = nullptr, ModelReport* report = nullptr,
+                                              const ModelLimits& limits = {});
 
 } // namespace orrery::memory

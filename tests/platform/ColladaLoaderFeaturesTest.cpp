@@ -3,10 +3,13 @@
 
 #include "platform/memory/ColladaLoader.h"
 
+#include "tests/support/Programs.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
+#include <fstream>
 #include <optional>
 #include <functional>
 #include <string>
@@ -207,19 +210,45 @@ TEST(ColladaLoaderFiles, EachFeatureAndFailureMode) {
     EXPECT_EQ(missing.error->message, "cannot open the file: No such file or directory");
 }
 
-TEST(ColladaLoaderFiles, AsManyNodesAsAllowedButNoMore) {
-    // Plain nodes, or one node fewer and a second mesh of a node, which takes a node of its own.
+TEST(ColladaLoaderFiles, LimitsRefuseWhatGoesBeyondThem) {
+    // Nodes: plain ones, or one fewer and a second mesh of a node, which takes a node of its own.
+    const ModelLimits limits{.fileBytes = 1u << 20, .verticesPerMesh = 5, .nodes = 10};
+    const std::string mesh = geometry(primitive("triangles", "<p>0 1 2</p>"));
     const std::string twoMeshes = R"(<node name="M"><instance_geometry url="#g"/><instance_geometry url="#g"/></node>)";
-    for (const std::size_t count : {100000u, 100001u})
+    for (const std::size_t count : {10u, 11u})
         for (const bool extraMesh : {false, true}) {
             std::string nodes = extraMesh ? twoMeshes : "";
             for (std::size_t i = extraMesh ? 2 : 0; i < count; ++i) nodes += "<node/>";
             ModelReport report;
-            const auto scene = loadColladaBytes(document(geometry(primitive("triangles", "<p>0 1 2</p>")), nodes), "/", nullptr, &report);
-            EXPECT_EQ(scene != nullptr, count == 100000u) << count << extraMesh;
-            EXPECT_EQ(scene ? scene->root()->children().size() : 0u, count == 100000u ? count - extraMesh : 0u);
-            EXPECT_EQ(report.error ? report.error->message : "", count == 100000u ? "" : "more than 100000 nodes");
+            const auto scene = loadColladaBytes(document(mesh, nodes), "/", nullptr, &report, limits);
+            EXPECT_EQ(scene ? scene->root()->children().size() : 0u, count == 10u ? count - extraMesh : 0u) << count << extraMesh;
+            EXPECT_EQ(report.error ? report.error->message : "", count == 10u ? "" : "more than 10 nodes");
         }
+    // Vertices: a fan over four corners loads; over six it is left out, said so.
+    struct Fan {
+        const char *p, *count;
+        std::size_t indices;
+        const char* warning;
+    };
+    for (const Fan& fan : {Fan{"0 1 2 0 2 3", "2", 6, ""},
+                           Fan{"0 1 2 0 2 3 0 3 4 0 4 5", "4", 0, "<triangles> left out: the mesh has more than 5 vertices"}}) {
+        ModelReport report;
+        const auto scene = loadColladaBytes(
+            document(geometry(primitive("triangles", std::string("<p>") + fan.p + "</p>", fan.count), "0 0 0 1 0 0 1 1 0 0 1 0 -1 1 0 -1 0 0"),
+                     kMeshNode), "/", nullptr, &report, {.verticesPerMesh = 5});
+        ASSERT_NE(scene, nullptr);
+        EXPECT_EQ(meshOf(*scene->root()->children().at(0))->indices.size(), fan.indices) << fan.p;
+        EXPECT_EQ(report.warnings.empty() ? "" : report.warnings[0].message, fan.warning);
+    }
+    // Size: one byte more than the limit is refused unread, from memory or from a file.
+    const std::string big(limits.fileBytes + 1, ' ');
+    ModelReport report;
+    EXPECT_EQ(loadColladaBytes(big, "/", nullptr, &report, limits), nullptr);
+    EXPECT_EQ(report.error->message, "the model is larger than 1 MB");
+    const orrery::testing::TempDir dir;
+    std::ofstream(dir.path / "big.dae") << big;
+    EXPECT_EQ(loadColladaFile(dir.path / "big.dae", nullptr, &report, limits), nullptr);
+    EXPECT_EQ(report.error->message, "the file is larger than 1 MB");
 }
 
 SCNVector3 apply(const simd_float4x4& m, SCNVector3 p) {
