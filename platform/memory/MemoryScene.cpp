@@ -39,8 +39,7 @@ struct Quat {
     /// The rotation as (axis, angle) with the angle in [0, pi]; the identity as all zeros.
     SCNVector4 toAxisAngle() const {
         double qw = w, qx = x, qy = y, qz = z;
-        const double norm = std::sqrt(qw * qw + qx * qx + qy * qy + qz * qz);
-        if (norm == 0.0) return {};
+        const double norm = std::sqrt(qw * qw + qx * qx + qy * qy + qz * qz);  // 1 but for rounding
         qw /= norm, qx /= norm, qy /= norm, qz /= norm;
         if (qw < 0) qw = -qw, qx = -qx, qy = -qy, qz = -qz;
         const double s = std::sqrt(qx * qx + qy * qy + qz * qz);
