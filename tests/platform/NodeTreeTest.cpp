@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <numbers>
+
 using namespace orrery;
 using namespace orrery::memory;
 
@@ -122,8 +124,13 @@ TEST(MemoryNodeTree, TransformMatricesComeBackFromPositionRotationAndScale) {
         for (int c = 0; c < 4; ++c)
             for (int r = 0; r < 4; ++r) EXPECT_NEAR(back.columns[c][r], matrix.columns[c][r], 1e-5f) << turn.x << turn.y << turn.z;
     }
-    // No turn at all reads back as the unturned node does.
+    // No turn at all reads back as the unturned node does; an exact half turn keeps the axis the
+    // matrix gives (about +y, not -y).
     auto still = MemoryNode::make();
     still->setTransformMatrix(matrix_identity_float4x4());
     EXPECT_EQ(still->rotation(), (SCNVector4{0, 0, 0, 0}));
+    simd_float4x4 halfTurn = matrix_identity_float4x4();
+    halfTurn.columns[0][0] = halfTurn.columns[2][2] = -1;
+    still->setTransformMatrix(halfTurn);
+    EXPECT_EQ(still->rotation(), (SCNVector4{0, 1, 0, static_cast<float>(std::numbers::pi)}));
 }
