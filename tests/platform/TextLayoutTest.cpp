@@ -21,12 +21,6 @@ SCNBoundingBox boxOf(const std::string& text, double size = 1.0, double depth = 
     return textBounds(*layoutText(text, UIFont{"Optima", size}), depth);
 }
 
-std::size_t pointCount(const memory::TextLayout& layout) {
-    std::size_t n = 0;
-    for (const auto& contour : layout.contours) n += contour.size();
-    return n;
-}
-
 TEST(TextLayout, FontconfigFindsAFaceForOptima) {
     const auto layout = layoutText("Mars", UIFont{"Optima", 1.0});
     EXPECT_FALSE(layout->fontFile.empty());
@@ -53,11 +47,6 @@ TEST(TextLayout, BoxScalesWithTheFontSizeAndCentresTheDepth) {
     EXPECT_NEAR(large.max.x, 10 * small.max.x, 0.05 * large.max.x);
     EXPECT_FLOAT_EQ(small.min.z, -0.1f);
     EXPECT_FLOAT_EQ(small.max.z, 0.1f);
-}
-
-TEST(TextLayout, CurvesAreFlattenedToAnAbsoluteTolerance) {
-    // The same letters at a hundred times the size need many more segments.
-    EXPECT_GT(pointCount(*layoutText("oso", UIFont{"Optima", 100.0})), 2 * pointCount(*layoutText("oso", UIFont{"Optima", 1.0})));
 }
 
 /// Points on the glyph's own outline, read from the face file: every curve at t = k / 1024,
