@@ -173,6 +173,11 @@ TEST(ColladaLoaderFiles, EachFeatureAndFailureMode) {
         {"unreadable normals", document(geometry(R"(<source id="n"><float_array id="n-a" count="2">0 1</float_array><technique_common><accessor source="#n-a" count="1" stride="2"/></technique_common></source>
 )" + primitive("triangles", R"(<input semantic="NORMAL" source="#n" offset="0"/><p>0 1 2</p>)")), kMeshNode),
          {"M:1"}, {{"<accessor source=\"#n-a\"", "normals of <triangles> left out: the <accessor> of \"n\" has 2 components, 3 needed"}}, {}},
+        {"normals from a source that is not there",
+         document(geometry(primitive("triangles", R"(<input semantic="NORMAL" source="#gone" offset="0"/><p>0 1 2</p>)")), kMeshNode),
+         {"M:1"}, {{"source=\"#gone\"", "normals of <triangles> left out: it names no source \"gone\""}}, {}},
+        {"a strip with an index past the end", document(geometry(primitive("tristrips", "<p>0 1 2 7</p>")), kMeshNode), {"M:0"},
+         {{"<p>0 1 2 7</p>", "<tristrips> left out: position index 7 past the 4 positions"}}, {}},
         // Refused files.
         {"not XML", "<COLLADA>\n<asset>\n</COLLADA>", {}, {}, Expected{"</COLLADA>", "not well-formed XML: Start-end tags mismatch"}},
         {"not COLLADA", "<?xml version=\"1.0\"?>\n<svg/>", {}, {}, Expected{"<svg", "not a COLLADA document: its root element is <svg>"}},
