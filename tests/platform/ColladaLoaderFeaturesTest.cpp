@@ -162,6 +162,10 @@ TEST(ColladaLoaderFiles, EachFeatureAndFailureMode) {
          {}, {{"parts.dae", "<instance_geometry> \"parts.dae#g\" refers to another file; left out"}}, {}},
         {"dangling reference", document(geometry(triangles), R"(<node name="M"><instance_geometry url="#nothing"/></node>)"),
          {}, {{"#nothing", "names no <geometry> of this file"}}, {}},
+        {"an empty reference, with an empty id about", document([&] {
+             std::string g = geometry(triangles);
+             return g.replace(g.find("id=\"g\""), 6, "id=\"\"");
+         }(), R"(<node name="M"><instance_geometry url="#"/></node>)"), {}, {{"url=\"#\"", "names no <geometry> of this file"}}, {}},
         {"a node that contains itself", document(geometry(triangles), R"(<node id="loop" name="L"><instance_node url="#loop"/></node>)"),
          {}, {{"<instance_node", "instance_node \"#loop\" instantiates a node that contains it; left out"}}, {}},
         {"a spline", document(R"(<library_geometries><geometry id="g"><spline/></geometry></library_geometries>)", kMeshNode),
