@@ -20,6 +20,18 @@ std::vector<std::string> summary(const std::vector<PlatformCall>& calls) {
 
 } // namespace
 
+TEST(MemoryCallLog, RecordsEveryReadOfANode) {
+    MemoryPlatform platform;
+    const auto earth = MemoryNode::make(platform.log);
+    earth->nodeName = "Earth";  // named without a call
+    (void)earth->name(), (void)earth->position(), (void)earth->scale(), (void)earth->rotation();
+    (void)earth->parentNode(), (void)earth->childNodes(), (void)earth->geometry();
+    std::vector<std::string> reads;
+    for (const auto& call : platform.log->takeNew()) reads.push_back(call.target.value_or("-") + " " + call.op);
+    EXPECT_EQ(reads, (std::vector<std::string>{"Earth name", "Earth position", "Earth scale", "Earth rotation", "Earth parentNode",
+                                               "Earth childNodes", "Earth geometry"}));
+}
+
 TEST(MemoryCallLog, RecordsOperationsWithTargetsAndArguments) {
     MemoryPlatform platform;
     auto scene = platform.newScene();
