@@ -248,9 +248,7 @@ BoxTree::Id BoxTree::balance(Id a) {
         at(shorter).parent = a;
         at(a).box = at(kept).box.merged(at(shorter).box);
         at(a).height = 1 + std::max(at(kept).height, at(shorter).height);
-        at(up).box = at(a).box.merged(at(taller).box);
-        at(up).height = 1 + std::max(at(a).height, at(taller).height);
-        return up;
+        return up;  // refit gives `up` its box and height
     }
     return a;
 }

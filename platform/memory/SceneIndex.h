@@ -69,7 +69,8 @@ private:
     void unlink(Id leaf);
     /// Recomputes boxes and heights from `id` up to the root, rotating where unbalanced.
     void refit(Id id);
-    /// One rotation at `id` when its children's heights differ by more than one; the id now in its place.
+    /// One rotation at `id` when its children's heights differ by more than one; the id now in its
+    /// place, whose box and height the caller then sets.
     Id balance(Id id);
     void replaceChild(Id parent, Id from, Id to);
 
