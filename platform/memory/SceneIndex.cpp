@@ -256,8 +256,7 @@ BoxTree::Id BoxTree::balance(Id a) {
 void BoxTree::raycast(const std::array<double, 3>& origin, const std::array<double, 3>& direction,
                       std::vector<MemoryNode*>& owners) const {
     if (root_ == none) return;
-    stack_.clear();
-    stack_.push_back(root_);
+    stack_.push_back(root_);  // empty: every search runs until it is
     while (!stack_.empty()) {
         const Entry& node = entries_[static_cast<std::size_t>(stack_.back())];
         stack_.pop_back();

@@ -99,9 +99,17 @@ std::vector<std::array<double, 2>> outlineSamples(const std::string& fontFile, c
 }
 
 TEST(TextLayout, FlattenedCurvesKeepToTheGlyphWithinTheFlatness) {
-    for (const double size : {1.0, 100.0, 3000.0}) {
-        const auto layout = layoutText("S", UIFont{"Optima", size});
-        const auto samples = outlineSamples(layout->fontFile, U'S', size);
+    // "²" is two bytes of UTF-8 that must come out as one glyph.
+    struct Case {
+        const char* text;
+        char32_t character;
+        double size;
+    };
+    for (const auto& [text, character, size] :
+         {Case{"S", U'S', 1.0}, Case{"S", U'S', 100.0}, Case{"S", U'S', 3000.0}, Case{"\u00b2", U'\u00b2', 100.0}}) {
+        SCOPED_TRACE(text);
+        const auto layout = layoutText(text, UIFont{"Optima", size});
+        const auto samples = outlineSamples(layout->fontFile, character, size);
         ASSERT_GT(samples.size(), 1000u);
         std::vector<std::array<double, 4>> segments;
         for (const auto& contour : layout->contours)
