@@ -476,7 +476,7 @@ private:
 
     /// Moves a skin's mesh by its bind-shape matrix (normals by the inverse transpose).
     void applyBindShape(const Matrix& m, MemoryMeshGeometry& mesh, const pugi::xml_node& skin) {
-        const Matrix3d a{{{m.m[0][0], m.m[0][1], m.m[0][2]}, {m.m[1][0], m.m[1][1], m.m[1][2]}, {m.m[2][0], m.m[2][1], m.m[2][2]}}};
+        const Matrix3d a = m.linear();
         const Vector3d shift{m.m[0][3], m.m[1][3], m.m[2][3]};
         // Normals move by the inverse transpose; its multiple by the determinant's size has no
         // singular case, and the sign keeps them facing out of a mirrored surface.

@@ -24,6 +24,10 @@ Matrix Matrix::operator*(const Matrix& b) const {
     return r;
 }
 
+Matrix3d Matrix::linear() const {
+    return {{{m[0][0], m[0][1], m[0][2]}, {m[1][0], m[1][1], m[1][2]}, {m[2][0], m[2][1], m[2][2]}}};
+}
+
 bool Matrix::isIdentity() const {
     for (int i = 0; i < 4; ++i)
         for (int j = 0; j < 4; ++j)
@@ -213,13 +217,11 @@ Matrix assetConversion(const pugi::xml_node& asset, std::string& warning) {
 
 Placement placeNode(const Matrix& m, MemoryNode& node, std::shared_ptr<MemoryNode>& inner,
                     const std::shared_ptr<CallLog>& log) {
-    Matrix3d a;
+    const Matrix3d a = m.linear();
     const Vec t{m.m[0][3], m.m[1][3], m.m[2][3]};
-    for (std::size_t r = 0; r < a.size(); ++r)
-        for (std::size_t c = 0; c < a.size(); ++c) {
-            a[r][c] = m.m[r][c];
-            if (!std::isfinite(a[r][c])) return Placement::tooLarge;
-        }
+    for (const auto& row : a)
+        for (const double x : row)
+            if (!std::isfinite(x)) return Placement::tooLarge;
     if (!shears(a)) return setOrthogonal(node, a, t) ? Placement::exact : Placement::tooLarge;
 
     // a = u * diag(sigma) * v^T with rotations u and v: the node takes u and sigma, the inner

@@ -2,6 +2,7 @@
 // Node transforms of COLLADA documents: the transform elements, the document's axis and unit
 // conversion, and turning the result into the position, rotation and scale of scene nodes.
 
+#include "platform/memory/Matrix3.h"
 #include "platform/memory/MemoryScene.h"
 
 #include <pugixml.hpp>
@@ -17,6 +18,8 @@ struct Matrix {
     double m[4][4] = {{1, 0, 0, 0}, {0, 1, 0, 0}, {0, 0, 1, 0}, {0, 0, 0, 1}};
 
     Matrix operator*(const Matrix& b) const;
+    /// The turning and scaling part: the upper left 3x3.
+    Matrix3d linear() const;
     bool isIdentity() const;
 };
 
