@@ -25,7 +25,7 @@ const fs::path kSceneDir = fs::path(ORRERY_SOURCE_DIR) / "tests/render/scenes";
 const fs::path kGoldenDir = fs::path(ORRERY_SOURCE_DIR) / "tests/render/golden";
 
 using orrery::testing::readFile;
-using WorkDir = orrery::testing::TempDir;
+using orrery::testing::TempDir;
 
 /// Runs orrery-sim in `dir` with the space-separated `arguments` and the scenario on standard
 /// input, drawing in software everywhere so that pictures do not depend on a GPU.
@@ -61,7 +61,7 @@ class GoldenImage : public ::testing::TestWithParam<const char*> {};
 
 TEST_P(GoldenImage, MatchesCommittedPicture) {
     const std::string name = GetParam();
-    WorkDir work;
+    TempDir work;
     const std::string scenario = readFile(kSceneDir / (name + ".scenario"));
     ASSERT_FALSE(scenario.empty()) << "missing scene " << name;
     const auto run = runSimIn(work.path, "-", scenario);
@@ -91,17 +91,6 @@ INSTANTIATE_TEST_SUITE_P(Scenes, GoldenImage, ::testing::Values("start", "button
                              return name;
                          });
 
-TEST(GoldenImage, ComparisonSeesAChangedPicture) {
-    const Image start = readPng(kGoldenDir / "start.png");
-    EXPECT_EQ(compare(start, start).meanAbsolute, 0.0);
-    Image shifted = start;
-    // The Earth one row lower is a different picture.
-    const std::size_t stride = static_cast<std::size_t>(start.width) * 4;
-    std::copy(start.rgba.begin(), start.rgba.end() - static_cast<std::ptrdiff_t>(stride * 4), shifted.rgba.begin() + static_cast<std::ptrdiff_t>(stride * 4));
-    const Difference d = compare(start, shifted);
-    EXPECT_TRUE(d.meanAbsolute > 2.0 || d.differentShare > 0.01);
-}
-
 TEST(SnapshotCommand, WritesPicturesOfTheAskedSizeOrFails) {
     struct Case {
         const char* what;
@@ -123,7 +112,7 @@ TEST(SnapshotCommand, WritesPicturesOfTheAskedSizeOrFails) {
                           Case{"size without snapshot", "--size 8x6 -", "", 2, nullptr, 0, 0},
                           Case{"bad size option", "--snapshot g.png --size 8by6 -", "", 2, nullptr, 0, 0}}) {
         SCOPED_TRACE(c.what);
-        WorkDir work;
+        TempDir work;
         const auto run = runSimIn(work.path, c.arguments, c.scenario);
         EXPECT_EQ(run.status, c.status) << run.err;
         EXPECT_EQ(c.status == 0, run.err.find("orrery-sim: ") == std::string::npos) << run.err;
