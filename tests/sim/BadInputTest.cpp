@@ -92,7 +92,6 @@ TEST(BadInput, NumbersThatOverflowAreShownAsSuch) {
     EXPECT_EQ(floatJson(-std::numeric_limits<float>::infinity()), "-inf");
     EXPECT_EQ(floatJson(std::nanf("")), "nan");
     EXPECT_EQ(doubleJson(-HUGE_VAL), "-inf");
-    EXPECT_EQ(floatJson(2.5f), 2.5);
 
     // One huge pinch, and an ordinary long one: every change event applies the whole accumulated scale.
     for (const int events : {1, 230}) {
@@ -103,11 +102,9 @@ TEST(BadInput, NumbersThatOverflowAreShownAsSuch) {
             simulator.run(parsed(events == 1 ? "pinch changed 195,400 1e308" : "pinch changed 195,400 1.5"));
         }
         const Json state = simulator.state();
-        const Json* earth = nullptr;
-        for (const auto& child : state["scene"]["children"])
-            if (child["name"] == "Earth") earth = &child;
-        ASSERT_NE(earth, nullptr);
-        EXPECT_EQ((*earth)["scale"], Json::parse(R"(["inf","inf","inf"])")) << events;
+        const Json& earth = state["scene"]["children"][1];
+        ASSERT_EQ(earth["name"], "Earth");
+        EXPECT_EQ(earth["scale"], Json::parse(R"(["inf","inf","inf"])")) << events;
         const std::string told = describeState(state, nullptr, [](int) { return std::string("Earth"); });
         EXPECT_NE(told.find("not finite (the arithmetic overflowed): Earth scale"), std::string::npos) << told;
         EXPECT_NE(told.find("Earth at (0, 0, -2), scale inf"), std::string::npos) << told;
