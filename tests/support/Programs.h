@@ -52,7 +52,7 @@ struct ProgramRun {
 /// ("NAME=value") added to this process's environment. With `stopAfter`, sends SIGTERM that
 /// many seconds after the first line of standard output.
 inline ProgramRun runProgram(std::vector<std::string> argv, const fs::path& dir, const std::string& input = "",
-                             const std::vector<std::string>& extraEnv = {}, double stopAfter = 0) {
+                             std::vector<std::string> extraEnv = {}, double stopAfter = 0) {
     const fs::path in = dir / ".stdin", out = dir / ".stdout", err = dir / ".stderr";
     std::ofstream(in, std::ios::binary) << input;
     posix_spawn_file_actions_t actions;
@@ -64,8 +64,7 @@ inline ProgramRun runProgram(std::vector<std::string> argv, const fs::path& dir,
     std::vector<char*> args, env;
     for (auto& a : argv) args.push_back(a.data());
     args.push_back(nullptr);
-    std::vector<std::string> extra = extraEnv;
-    for (auto& e : extra) env.push_back(e.data());
+    for (auto& e : extraEnv) env.push_back(e.data());
     for (char** e = environ; *e; ++e) env.push_back(*e);
     env.push_back(nullptr);
 
