@@ -3,8 +3,6 @@
 #include "window/LiveSession.h"
 #include "window/SdlInput.h"
 
-#include "app/ViewController.h"
-
 #include "tests/support/Programs.h"
 
 #include <gtest/gtest.h>
