@@ -120,6 +120,11 @@ TEST(ColladaLoaderFiles, EachFeatureAndFailureMode) {
         {"outline with a hole", document(geometry(primitive("polygons", "<ph><p>0 1 2 3</p><h>4 5 6 7</h></ph><p>0 1 2</p>"),
                                                   "0 0 0 3 0 0 3 3 0 0 3 0 1 1 0 2 1 0 2 2 0 1 2 0"), kMeshNode),
          {"M:9"}, {}, {}},
+        {"an empty <ph> beside a polygon", document(geometry(primitive("polygons", "<ph/><p>0 1 2</p>")), kMeshNode), {"M:1"}, {}, {}},
+        {"the visual scene the <scene> names is missing", [&] {
+             std::string d = document(geometry(triangles), kMeshNode);
+             return d.replace(d.find("url=\"#vs\""), 9, "url=\"#nope\"");
+         }(), {"M:2"}, {{"#nope", "instance_visual_scene \"#nope\" names no visual scene of this file; the first one is shown"}}, {}},
         {"2-D positions", document(geometry(triangles, "0 0 1 0 1 1 0 1", R"(<param name="X" type="float"/><param name="Y" type="float"/>)", 2),
                                    kMeshNode), {"M:2"}, {}, {}},
         {"1-D positions", document(geometry(triangles, "0 1 1 0", R"(<param name="X" type="float"/>)", 1), kMeshNode), {"M:2"}, {}, {}},
