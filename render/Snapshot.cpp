@@ -76,15 +76,17 @@ struct HeadlessRenderer::Context {
         }
     }
 
-    // eglTerminate unloads Mesa's driver; what it keeps for the life of the process would then be
-    // reported from an unknown module, which no suppression can name. Pinning the driver keeps
-    // its name in the reports. Only sanitizer builds do this.
+    // eglTerminate unloads Mesa's driver and the libraries it brought in. What they keep for the
+    // life of the process would then be reported from an unknown module, which no suppression can
+    // name, and LeakSanitizer's scan of the threads' dynamic TLS would read the slots of unloaded
+    // libraries and crash at exit. Pinning every loaded library keeps both sound. Only sanitizer
+    // builds do this.
     static void keepDriversLoadedForLeakReports() {
 #if defined(__SANITIZE_ADDRESS__)
         dl_iterate_phdr(
             [](dl_phdr_info* info, std::size_t, void*) {
                 const char* path = info->dlpi_name;
-                if (path && (std::strstr(path, "/dri/") || std::strstr(path, "libgallium") || std::strstr(path, "libLLVM")))
+                if (path && *path)
                     dlopen(path, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE);
                 return 0;
             },
