@@ -256,8 +256,11 @@ TEST(ColladaLoader, ImageAddressesAreDecodedAndResolvedAgainstTheModelsFolder) {
 }
 
 TEST(ColladaLoader, TakesTheFirstTextureCoordinatesAndNothingElseForThem) {
-    // Per-vertex inputs: a colour, then two sets of texture coordinates; the first set counts.
-    const std::string vertices = R"(<vertices id="verts"><input semantic="POSITION" source="#pos"/>
+    // Per-vertex inputs: normals, a colour, then two sets of texture coordinates; the first set counts.
+    const std::string normals = R"(<source id="nor4"><float_array id="nor4-a" count="12">0 0 1 0 1 0 1 0 0 0 0 -1</float_array>
+        <technique_common><accessor source="#nor4-a" count="4" stride="3"><param name="X" type="float"/><param name="Y" type="float"/>
+        <param name="Z" type="float"/></accessor></technique_common></source>)";
+    const std::string vertices = R"(<vertices id="verts"><input semantic="POSITION" source="#pos"/><input semantic="NORMAL" source="#nor4"/>
         <input semantic="COLOR" source="#pos"/><input semantic="TEXCOORD" source="#uv"/>
         <input semantic="TEXCOORD" source="#uv2"/></vertices>)";
     const std::string uv2 = R"(<source id="uv2"><float_array id="uv2-a" count="8">9 9 9 9 9 9 9 9</float_array>
@@ -268,7 +271,7 @@ TEST(ColladaLoader, TakesTheFirstTextureCoordinatesAndNothingElseForThem) {
         const auto at = document.find("<vertices"), end = document.find("</vertices>") + 11;
         std::string inputs = vertices;
         if (!withTexture) inputs.erase(inputs.find("<input semantic=\"TEXCOORD\""));
-        document.replace(at, end - at, withTexture ? uv2 + inputs : inputs + "</vertices>");
+        document.replace(at, end - at, normals + (withTexture ? uv2 + inputs : inputs + "</vertices>"));
         const auto start = document.find("<input semantic=\"NORMAL\" source=\"#nor\"");
         document.erase(start, document.find("<p>") - start);
         const auto scene = loadColladaBytes(document, "/");
@@ -276,6 +279,7 @@ TEST(ColladaLoader, TakesTheFirstTextureCoordinatesAndNothingElseForThem) {
         const auto mesh = meshOf(scene->root()->children()[0]);
         ASSERT_NE(mesh, nullptr);
         EXPECT_EQ(mesh->indices.size(), 6u);
+        EXPECT_EQ(mesh->normals, (std::vector<SCNVector3>{{0, 0, 1}, {0, 1, 0}, {1, 0, 0}, {0, 0, -1}}));
         if (!withTexture) {
             EXPECT_TRUE(mesh->textureCoordinates.empty());
             continue;
