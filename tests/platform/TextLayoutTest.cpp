@@ -49,6 +49,25 @@ TEST(TextLayout, BoxScalesWithTheFontSizeAndCentresTheDepth) {
     EXPECT_FLOAT_EQ(small.max.z, 0.1f);
 }
 
+TEST(TextLayout, EachMalformedByteOfUtf8IsOneReplacementCharacter) {
+    const std::string replacement = "\xEF\xBF\xBD";  // U+FFFD
+    const struct {
+        const char* text;
+        std::string same;
+    } cases[] = {
+        {"\x80\x80\x80\x80\x80", replacement + replacement + replacement + replacement + replacement},  // no lead byte
+        {"\xF8\x88\x80\x80\x80", replacement + replacement + replacement + replacement + replacement},  // a five-byte form
+        {"\xC3(", replacement + "("},                                                                  // a missing continuation
+        {"a\xE2\x82", "a" + replacement + replacement},                                                  // cut off at the end
+    };
+    const auto fffd = layoutText(replacement, UIFont{"Optima", 1.0});
+    ASSERT_FALSE(fffd->contours.empty()) << "the face draws U+FFFD";
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.same);
+        EXPECT_EQ(layoutText(c.text, UIFont{"Optima", 1.0})->contours, layoutText(c.same, UIFont{"Optima", 1.0})->contours);
+    }
+}
+
 /// Points on the glyph's own outline, read from the face file: every curve at t = k / 1024,
 /// which includes every point that halving a curve again and again can reach.
 std::vector<std::array<double, 2>> outlineSamples(const std::string& fontFile, char32_t character, double size) {
