@@ -23,6 +23,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <map>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -563,8 +564,8 @@ private:
     /// down to `least` (the rest read as 0); null with problem_ set when it cannot be read.
     const Accessor* accessor(std::string_view id, int wanted, int least) {
         // Validated per component count: a source checked for two components is not safe for three.
-        auto& cache = accessors_[wanted == 3 ? 1 : 0];
-        if (const auto it = cache.find(id); it != cache.end()) return &it->second;
+        const std::pair<std::string_view, int> key{id, wanted};
+        if (const auto it = accessors_.find(key); it != accessors_.end()) return &it->second;
         const pugi::xml_node source = byId(id, "source");
         if (!source) return noAccessor({}, "it names no source " + quoted(id));
         const pugi::xml_node array = source.child("float_array");
@@ -593,7 +594,7 @@ private:
         result.offset = *offset;
         if (result.count == 0) {  // an empty source: nothing to index
             result.components = wanted;
-            return &cache.emplace(id, result).first->second;
+            return &accessors_.emplace(key, result).first->second;
         }
         if (result.stride == 0 || result.stride > kMaxStride)
             return noAccessor(acc, "the <accessor> of " + quoted(id) + " has stride " + std::to_string(result.stride));
@@ -619,7 +620,7 @@ private:
         if (last >= values.size())
             return noAccessor(acc, "the <accessor> of " + quoted(id) + " reaches number " + std::to_string(last + 1) + " of " +
                                  std::to_string(values.size()));
-        return &cache.emplace(id, result).first->second;
+        return &accessors_.emplace(key, result).first->second;
     }
 
     bool addPrimitive(const pugi::xml_node& primitive, PrimitiveKind kind, MeshBuilder& builder) {
@@ -874,7 +875,7 @@ private:
     Matrix conversion_;
     std::unordered_map<std::string_view, pugi::xml_node> ids_;
     std::unordered_map<std::string_view, std::vector<float>> arrays_;
-    std::unordered_map<std::string_view, Accessor> accessors_[2];
+    std::map<std::pair<std::string_view, int>, Accessor> accessors_;  ///< by source and components wanted
     std::unordered_map<std::string_view, std::shared_ptr<MemoryMaterial>> materials_;
     std::unordered_set<const void*> onPath_;
     std::vector<std::uint32_t> indexScratch_;

@@ -17,6 +17,13 @@ double makeUnit(Vector3d& v) {
     return length;
 }
 
+Vector3d perpendicular(const Vector3d& v) {
+    // Of the x and y axes, the one `v` is further from gives a cross product far from zero.
+    Vector3d p = cross(v, std::abs(v[0]) < 0.9 ? Vector3d{1, 0, 0} : Vector3d{0, 1, 0});
+    makeUnit(p);
+    return p;
+}
+
 Vector3d times(const Matrix3d& m, const Vector3d& v) { return {dot(m[0], v), dot(m[1], v), dot(m[2], v)}; }
 
 Matrix3d product(const Matrix3d& a, const Matrix3d& b) {

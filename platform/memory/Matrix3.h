@@ -21,6 +21,9 @@ Vector3d cross(const Vector3d& a, const Vector3d& b);
 /// left as it is.
 double makeUnit(Vector3d& v);
 
+/// A unit vector at right angles to the unit vector `v`.
+Vector3d perpendicular(const Vector3d& v);
+
 /// `m * v`.
 Vector3d times(const Matrix3d& m, const Vector3d& v);
 

@@ -650,8 +650,7 @@ void MemoryNode::setTransformMatrix(const simd_float4x4& matrix) {
     if (count == 0) axes[0] = {1, 0, 0}, known[0] = true;
     if (count <= 1) {
         const std::size_t at = known[0] ? 0 : known[1] ? 1 : 2, next = (at + 1) % 3;
-        axes[next] = cross(axes[at], std::abs(axes[at][0]) < 0.9 ? Vector3d{1, 0, 0} : Vector3d{0, 1, 0});
-        makeUnit(axes[next]);
+        axes[next] = perpendicular(axes[at]);
         known[next] = true;
     }
     for (std::size_t col = 0; col < axes.size(); ++col)

@@ -179,8 +179,8 @@ TEST(ColladaLoaderFiles, EachFeatureAndFailureMode) {
          {{"<translate", "<translate> of node \"T\" left out: 3 numbers expected, 2 found"}}, {}},
         {"a count the list does not hold", document(geometry(primitive("triangles", "<p>0 1 2</p>", "2")), kMeshNode), {"M:1"},
          {{"<triangles", "<triangles> count=\"2\" but <p> holds 1 triangles; 1 read"}}, {}},
-        {"unreadable normals", document(geometry(R"(<source id="n"><float_array id="n-a" count="2">0 1</float_array><technique_common><accessor source="#n-a" count="1" stride="2"/></technique_common></source>
-)" + primitive("triangles", R"(<input semantic="NORMAL" source="#n" offset="0"/><p>0 1 2</p>)")), kMeshNode),
+        {"normals from a source read as texture coordinates", document(geometry(R"(<source id="n"><float_array id="n-a" count="8">0 1 0 1 0 1 0 1</float_array><technique_common><accessor source="#n-a" count="4" stride="2"/></technique_common></source>
+)" + primitive("triangles", R"(<input semantic="TEXCOORD" source="#n" offset="0"/><input semantic="NORMAL" source="#n" offset="0"/><p>0 1 2</p>)")), kMeshNode),
          {"M:1"}, {{"<accessor source=\"#n-a\"", "normals of <triangles> left out: the <accessor> of \"n\" has 2 components, 3 needed"}}, {}},
         {"normals from a source that is not there",
          document(geometry(primitive("triangles", R"(<input semantic="NORMAL" source="#gone" offset="0"/><p>0 1 2</p>)")), kMeshNode),

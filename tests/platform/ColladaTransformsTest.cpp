@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <optional>
 #include <random>
 
@@ -73,6 +74,16 @@ TEST(ColladaTransforms, NodesReproduceTheirMatrixAtEveryRankAndHandedness) {
         for (int c = 0; c < round % 3; ++c)  // every column gets to be the one left
             for (auto& row : a) row[(round / 3 + c) % 3] = 0;
         check("random", a, std::nullopt);
+    }
+}
+
+TEST(Matrix3, PerpendicularIsAUnitVectorAtRightAnglesForEveryDirection) {
+    const double h = std::sqrt(0.5);
+    for (const Vector3d& v : {Vector3d{1, 0, 0}, Vector3d{0, 1, 0}, Vector3d{0, 0, -1}, Vector3d{h, h, 0}, Vector3d{h, 0, -h},
+                              Vector3d{0, h, h}, Vector3d{0.48, 0.6, 0.64}, Vector3d{-0.95, 0, std::sqrt(1 - 0.95 * 0.95)}}) {
+        const Vector3d p = perpendicular(v);
+        EXPECT_NEAR(dot(p, p), 1.0, 1e-12) << v[0] << " " << v[1] << " " << v[2];
+        EXPECT_NEAR(dot(p, v), 0.0, 1e-12) << v[0] << " " << v[1] << " " << v[2];
     }
 }
 
