@@ -311,10 +311,11 @@ TEST(ColladaLoader, ReadsNumbersInEveryDecimalForm) {
     // more digits than a double holds; each must read as the nearest float.
     const auto scene = loadColladaBytes(
         quadDocument("0 0 0 1 0 1 2 0 2 0 0 0 2 0 2 3 0 3", R"(count="4" stride="3")",
-                     "-5e-1 -.5 +0 0.50 -0.5E0 -0 5000e-4 0.499999999999999999999999 0. -0.5 +.5e+0 1.17549435e-38"),
+                     "-5e-1 -.5 +0e-30 0.50 -0.5E0 -0 5000e-4 0.499999999999999999999999 0. -0.5 +.5e+0 1.17549435e-38"),
         "/");
     ASSERT_NE(scene, nullptr);
     const auto mesh = meshOf(scene->root()->children()[0]);
+    ASSERT_EQ(mesh->positions.size(), 4u);
     EXPECT_EQ(mesh->positions[0], (SCNVector3{-0.5f, -0.5f, 0}));
     EXPECT_EQ(mesh->positions[1], (SCNVector3{0.5f, -0.5f, 0}));
     EXPECT_EQ(mesh->positions[2], (SCNVector3{0.5f, 0.5f, 0}));
