@@ -130,7 +130,8 @@ char32_t nextCodePoint(const std::string& s, std::size_t& i) {
     const auto c = static_cast<unsigned char>(s[i]);
     const std::size_t extra = c < 0x80 ? 0 : (c >> 5) == 0x6 ? 1 : (c >> 4) == 0xE ? 2 : (c >> 3) == 0x1E ? 3 : 4;
     if (extra == 0) return s[i++] == '\n' ? U'\n' : c;
-    if (extra == 4 || i + extra >= s.size()) {
+    // A sequence cut short by the end meets the string's terminating zero, no continuation byte.
+    if (extra == 4) {
         ++i;
         return U'\uFFFD';
     }

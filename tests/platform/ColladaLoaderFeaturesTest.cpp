@@ -355,7 +355,8 @@ TEST(ColladaLoaderFiles, TrianglesCoverTheSurfaceOnceFacingTheSameWay) {
 
 TEST(ColladaLoaderFiles, CornersAreSharedOnlyWithinOneSetOfSources) {
     // Two primitives over the same positions, each with normals of its own, name the same
-    // indices: the second one's corners take their normals from its own source.
+    // indices: the second one's corners take their normals from its own source. A third
+    // primitive without normals gives its corners none (zero), beside the others' normals.
     const auto normals = [](const std::string& id, const std::string& values) {
         return "<source id=\"" + id + "\"><float_array id=\"" + id + "-a\" count=\"6\">" + values +
                "</float_array><technique_common><accessor source=\"#" + id + "-a\" count=\"2\" stride=\"3\">"
@@ -366,12 +367,13 @@ TEST(ColladaLoaderFiles, CornersAreSharedOnlyWithinOneSetOfSources) {
                "source=\"#" + source + "\" offset=\"1\"/><p>0 0 1 1 0 1</p></triangles>";
     };
     const auto scene = loadColladaBytes(
-        document(geometry(normals("a", "0 0 1 1 0 0") + normals("b", "0 1 0 0 0 -1") + triangle("a") + triangle("b")), kMeshNode), "/");
+        document(geometry(normals("a", "0 0 1 1 0 0") + normals("b", "0 1 0 0 0 -1") + triangle("a") + triangle("b") +
+                                  primitive("triangles", "<p>0 1 2</p>")), kMeshNode), "/");
     ASSERT_NE(scene, nullptr);
     const auto mesh = meshOf(*scene->root()->children().at(0));
     ASSERT_NE(mesh, nullptr);
-    ASSERT_EQ(mesh->indices.size(), 6u);
-    const std::vector<SCNVector3> expected{{0, 0, 1}, {1, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, -1}, {0, 0, -1}};
+    ASSERT_EQ(mesh->indices.size(), 9u);
+    const std::vector<SCNVector3> expected{{0, 0, 1}, {1, 0, 0}, {1, 0, 0}, {0, 1, 0}, {0, 0, -1}, {0, 0, -1}, {}, {}, {}};
     for (std::size_t i = 0; i < expected.size(); ++i) EXPECT_EQ(mesh->normals.at(mesh->indices[i]), expected[i]) << "corner " << i;
 }
 
