@@ -104,9 +104,9 @@ bool parseIndices(const char* p, std::vector<std::uint32_t>& out, std::size_t ex
         if (*p == '\0') return true;
         const char* const first = p;
         std::uint64_t value = 0;
-        while (isDigit(*p) && p - first <= 10) value = value * 10 + static_cast<unsigned>(*p++ - '0');
-        if (p == first || p - first > 10 || value > std::numeric_limits<std::uint32_t>::max() ||
-            (*p != '\0' && !isSpace(*p))) {
+        // Ten digits hold every 32-bit index; an eleventh is left unread and fails as a non-space.
+        while (isDigit(*p) && p - first < 10) value = value * 10 + static_cast<unsigned>(*p++ - '0');
+        if (p == first || value > std::numeric_limits<std::uint32_t>::max() || (*p != '\0' && !isSpace(*p))) {
             if (why) *why = quoted(wordAt(first)) + " is not an index";
             return false;
         }

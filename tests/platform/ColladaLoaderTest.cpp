@@ -486,6 +486,7 @@ TEST(ColladaLoader, LeavesOutInconsistentMeshData) {
         {"huge index", quadDocument("0 0 0 1 0 1 4294967295 0 2 0 0 0 2 0 2 3 0 3")},
         {"negative index", quadDocument("0 0 0 1 0 1 -1 0 2 0 0 0 2 0 2 3 0 3")},
         {"index too large for 32 bits", quadDocument("0 0 0 1 0 1 99999999999 0 2 0 0 0 2 0 2 3 0 3")},
+        {"index of eleven digits", quadDocument("0 0 0 1 0 1 00000000002 0 2 0 0 0 2 0 2 3 0 3")},
         {"accessor longer than its array", quadDocument(p, R"(count="5" stride="3")")},
         {"accessor offset past the end", quadDocument(p, R"(count="4" stride="3" offset="1")")},
         {"zero stride", quadDocument(p, R"(count="4" stride="0")")},
