@@ -279,8 +279,9 @@ private:
                     continue;
                 }
             }
-            while (node && !node.next_sibling() && node != root_) node = node.parent();
-            if (!node || node == root_) break;
+            // The walk starts inside root_, so climbing reaches root_ before the document.
+            while (!node.next_sibling() && node != root_) node = node.parent();
+            if (node == root_) break;
             node = node.next_sibling();
         }
     }

@@ -238,6 +238,13 @@ TEST(ColladaLoaderFiles, LimitsRefuseWhatGoesBeyondThem) {
             EXPECT_EQ(scene ? scene->root()->children().size() : 0u, count == 10u ? count - extraMesh : 0u) << count << extraMesh;
             EXPECT_EQ(report.error ? report.error->message : "", count == 10u ? "" : "more than 10 nodes");
         }
+    // Warnings: the first hundred are listed, the rest counted.
+    std::string unreadable;
+    for (int i = 0; i < 102; ++i) unreadable += "<node><translate>1 2</translate></node>";
+    ModelReport many;
+    ASSERT_NE(loadColladaBytes(document("", unreadable), "/", nullptr, &many), nullptr);
+    EXPECT_EQ(many.warnings.size(), 100u);
+    EXPECT_EQ(many.unlistedWarnings, 2u);
     // Vertices: a fan over four corners loads; over six it is left out, said so.
     struct Fan {
         const char *p, *count;
