@@ -209,6 +209,13 @@ TEST_F(MemoryHitTest, FeaturePointsLieOnTheRoomNearestFirst) {
     }
     // Looking up there is nothing to hit.
     EXPECT_TRUE(platform.view->hitTestTypes({195, 100}, ARHitTestResultTypeFeaturePoint).empty());
+    // From 0.2 m further forward, the same direction meets the table 0.2 m further back.
+    platform.view->camera.position = {0, 0, -0.2f};
+    platform.runFrame();
+    const auto moved = platform.view->hitTestTypes(below, ARHitTestResultTypeFeaturePoint);
+    ASSERT_EQ(moved.size(), 2u);
+    EXPECT_NEAR(moved[0].worldTransform.columns[3][1], -1.0, 1e-5);
+    EXPECT_NEAR(moved[0].worldTransform.columns[3][2], -2.1, 1e-4);
 }
 
 TEST_F(MemoryHitTest, ABoxGrownBeyondFloatsOfTheIndexIsStillHitOnce) {
