@@ -479,7 +479,7 @@ private:
     /// Moves a skin's mesh by its bind-shape matrix (normals by the inverse transpose).
     void applyBindShape(const Matrix& m, MemoryMeshGeometry& mesh, const pugi::xml_node& skin) {
         const Matrix3d a = m.linear();
-        const Vector3d shift{m.m[0][3], m.m[1][3], m.m[2][3]};
+        const Vector3d shift = m.translation();
         // Normals move by the inverse transpose; its multiple by the determinant's size has no
         // singular case, and the sign keeps them facing out of a mirrored surface.
         Matrix3d normalMatrix = transposed(adjugate(a));

@@ -28,6 +28,8 @@ Matrix3d Matrix::linear() const {
     return {{{m[0][0], m[0][1], m[0][2]}, {m[1][0], m[1][1], m[1][2]}, {m[2][0], m[2][1], m[2][2]}}};
 }
 
+Vector3d Matrix::translation() const { return {m[0][3], m[1][3], m[2][3]}; }
+
 bool Matrix::isIdentity() const {
     for (int i = 0; i < 4; ++i)
         for (int j = 0; j < 4; ++j)
@@ -218,7 +220,7 @@ Matrix assetConversion(const pugi::xml_node& asset, std::string& warning) {
 Placement placeNode(const Matrix& m, MemoryNode& node, std::shared_ptr<MemoryNode>& inner,
                     const std::shared_ptr<CallLog>& log) {
     const Matrix3d a = m.linear();
-    const Vec t{m.m[0][3], m.m[1][3], m.m[2][3]};
+    const Vec t = m.translation();
     for (const auto& row : a)
         for (const double x : row)
             if (!std::isfinite(x)) return Placement::tooLarge;

@@ -20,6 +20,8 @@ struct Matrix {
     Matrix operator*(const Matrix& b) const;
     /// The turning and scaling part: the upper left 3x3.
     Matrix3d linear() const;
+    /// The moving part: the last column's first three numbers.
+    Vector3d translation() const;
     bool isIdentity() const;
 };
 
