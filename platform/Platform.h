@@ -21,6 +21,9 @@ namespace orrery {
 class Platform {
 public:
     virtual ~Platform() = default;
+    // One platform serves the whole application, which keeps references to it.
+    Platform(const Platform&) = delete;
+    Platform& operator=(const Platform&) = delete;
 
     // Scene graph
     /// A new empty scene (plain construction).
@@ -54,6 +57,9 @@ public:
     // Dispatch
     /// Main queue `async`: `block` runs later on the main thread, in submission order.
     virtual void mainQueueAsync(std::function<void()> block) = 0;
+
+protected:
+    Platform() = default;
 };
 
 } // namespace orrery

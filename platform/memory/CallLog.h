@@ -36,6 +36,7 @@ public:
     std::size_t droppedUnread() const { return droppedUnread_; }
     /// Only the calls with this operation name.
     std::vector<PlatformCall> withOp(const std::string& op) const;
+    /// Forgets every call and the count of those let go unread.
     void clear();
 
     std::size_t capacity() const { return capacity_; }

@@ -22,6 +22,7 @@ struct Matrix {
     Matrix3d linear() const;
     /// The moving part: the last column's first three numbers.
     Vector3d translation() const;
+    /// Exactly the identity: nothing to compose.
     bool isIdentity() const;
 };
 

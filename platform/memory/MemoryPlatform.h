@@ -19,6 +19,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 namespace orrery::memory {
@@ -63,9 +64,13 @@ enum class SessionState { notStarted, running, paused };
 class MemoryARSession final : public ARSession {
 public:
     MemoryARSession(std::shared_ptr<CallLog> log, MemoryARSCNView& view);
+    /// Keeps the configuration and options and runs; removing existing anchors detaches their nodes.
     void runWithConfigurationOptions(const ARWorldTrackingConfiguration& configuration, unsigned options) override;
+    /// Stops new frames and anchor reports until the next run.
     void pause() override;
+    /// `latestFrame`: the frame of the latest runFrame while running; nothing before the first.
     std::shared_ptr<const ARFrame> currentFrame() const override;
+    /// Queues the anchor: its node is made and reported on the next frame.
     void addAnchor(const std::shared_ptr<ARAnchor>& anchor) override;
 
     SessionState state = SessionState::notStarted;
@@ -115,7 +120,9 @@ public:
     MemoryRecognizer(std::shared_ptr<CallLog> log, RecognizerRecord initial) : log_(std::move(log)) {
         record = std::move(initial);
     }
+    /// The simulated state in `record`.
     UIGestureRecognizerState state() const override;
+    /// The simulated touch point in `record`.
     CGPoint locationInView(const ARSCNView& view) const override;
     void setDelegate(UIGestureRecognizerDelegate* delegate) override;
     void sendAction() override { record.action.method(*this); }
@@ -153,6 +160,7 @@ class MemoryTapRecognizer final : public MemoryRecognizer<UITapGestureRecognizer
 public:
     using MemoryRecognizer::MemoryRecognizer;
     void setNumberOfTapsRequired(unsigned long taps) override;
+    /// Kept in `record`, like the number of taps.
     void setNumberOfTouchesRequired(unsigned long touches) override;
 };
 
@@ -197,14 +205,23 @@ class MemoryARSCNView final : public ARSCNView {
 public:
     MemoryARSCNView(std::shared_ptr<CallLog> log);
 
+    /// `currentScene`.
     std::shared_ptr<SCNScene> scene() const override;
+    /// Shows `scene` when it is a MemoryScene, else nothing.
     void setScene(const std::shared_ptr<SCNScene>& scene) override;
+    /// Told of each anchor's node as frames report it.
     void setDelegate(ARSCNViewDelegate* delegate) override;
+    /// Kept in `showsStatistics`.
     void setShowsStatistics(bool shows) override;
+    /// Kept in `antialiasingMode`.
     void setAntialiasingMode(SCNAntialiasingMode mode) override;
+    /// The simulated session, `arSession`.
     ARSession& session() override;
+    /// The prepared hits if any, else geometricHitTest.
     std::vector<SCNHitTestResult> hitTestOptions(CGPoint point, const SCNHitTestOptions& options) override;
+    /// The prepared hits if any, else geometricFeatureHitTest for feature-point types.
     std::vector<ARHitTestResult> hitTestTypes(CGPoint point, std::uint64_t types) override;
+    /// Appends to `gestureRecognizers`, which the simulator's input drives.
     void addGestureRecognizer(const std::shared_ptr<UIGestureRecognizer>& recognizer) override;
 
     // Simulator state (not recorded)
@@ -249,24 +266,32 @@ class MemoryPlatform final : public Platform {
 public:
     /// `assetParent` is the folder that holds "art.scnassets"; by default the repository's.
     explicit MemoryPlatform(std::filesystem::path assetParent = defaultAssetParent());
-    // The application's main-queue hook points back at this platform.
-    MemoryPlatform(const MemoryPlatform&) = delete;
-    MemoryPlatform& operator=(const MemoryPlatform&) = delete;
-
     static std::filesystem::path defaultAssetParent();
 
-    // Platform
+    // Platform: every operation is recorded in `log` first.
+    /// An empty MemoryScene.
     std::shared_ptr<SCNScene> newScene() override;
+    /// A prepared scene, else the COLLADA file at `path` under `assetParent`; null when neither serves.
     std::shared_ptr<SCNScene> sceneNamed(const std::string& path) override;
+    /// A new MemoryNode carrying `geometry`.
     std::shared_ptr<SCNNode> nodeWithGeometry(const std::shared_ptr<SCNGeometry>& geometry) override;
+    /// A MemoryTextGeometry, laid out in the default text font until it is given one.
     std::shared_ptr<SCNText> textWithStringExtrusionDepth(const std::string& string, double extrusionDepth) override;
+    /// The font when `availableFonts` holds its name.
     std::optional<UIFont> fontWithNameSize(const std::string& name, double size) override;
+    /// Recognisers record their settings and simulated input in a RecognizerRecord.
     std::shared_ptr<UIPinchGestureRecognizer> newPinchGestureRecognizer(UIViewController* target, Selector action) override;
+    /// A MemoryRotationRecognizer.
     std::shared_ptr<UIRotationGestureRecognizer> newRotationGestureRecognizer(UIViewController* target, Selector action) override;
+    /// A MemoryPanRecognizer.
     std::shared_ptr<UIPanGestureRecognizer> newPanGestureRecognizer(UIViewController* target, Selector action) override;
+    /// A MemoryLongPressRecognizer.
     std::shared_ptr<UILongPressGestureRecognizer> newLongPressGestureRecognizer(UIViewController* target, Selector action) override;
+    /// A MemoryTapRecognizer.
     std::shared_ptr<UITapGestureRecognizer> newTapGestureRecognizer(UIViewController* target, Selector action) override;
+    /// `application`.
     UIApplication& sharedApplication() override;
+    /// The URL when `text` is a well-formed URI reference (percent escapes checked); else nothing.
     std::optional<NSURL> URLWithString(const std::string& text) override;
     int UIApplicationMain(int argc, char** argv, const std::optional<std::string>& principalClassName,
                           const std::optional<std::string>& delegateClassName) override;
@@ -277,6 +302,7 @@ public:
     void hostViewController(UIViewController& controller);
 
     // Simulator
+    /// Made before `view` and `application`, which record into it.
     std::shared_ptr<CallLog> log = std::make_shared<CallLog>();
     std::shared_ptr<MemoryARSCNView> view = std::make_shared<MemoryARSCNView>(log);
     MemoryApplication application{log};
@@ -300,5 +326,8 @@ public:
     /// Frames of 1/60 s covering `seconds`.
     void advance(double seconds);
 };
+
+// Not copyable: the application's main-queue hook points back at the platform.
+static_assert(!std::is_copy_constructible_v<MemoryPlatform> && !std::is_copy_assignable_v<MemoryPlatform>);
 
 } // namespace orrery::memory

@@ -23,6 +23,7 @@ using MaterialContents = std::variant<std::monostate, UIColor, std::string>;
 class MemoryMaterialProperty final : public SCNMaterialProperty {
 public:
     MemoryMaterialProperty(std::shared_ptr<CallLog> log, std::string propertyName);
+    /// Recorded; the colour becomes `contents`.
     void setContents(const UIColor& colour) override;
     /// Sets an image path without logging (used by model loading).
     void setImageContents(std::string path) { contents = std::move(path); }
@@ -37,7 +38,9 @@ private:
 class MemoryMaterial final : public SCNMaterial {
 public:
     explicit MemoryMaterial(std::shared_ptr<CallLog> log = nullptr);
+    /// Recorded; `diffuseProperty`.
     std::shared_ptr<SCNMaterialProperty> diffuse() override;
+    /// Recorded; `specularProperty`.
     std::shared_ptr<SCNMaterialProperty> specular() override;
 
     std::optional<std::string> name;
@@ -73,8 +76,11 @@ private:
 class MemoryTextGeometry final : public SCNText {
 public:
     MemoryTextGeometry(std::shared_ptr<CallLog> log, std::string string, double extrusionDepth);
+    /// Recorded; the bounds of the glyph outlines laid out in `font`, `extrusionDepth` deep.
     SCNBoundingBox boundingBox() const override;
+    /// Recorded; `material`.
     std::shared_ptr<SCNMaterial> firstMaterial() override;
+    /// Recorded; later bounds are laid out in `font`.
     void setFont(const std::optional<UIFont>& font) override;
 
     std::string string;
@@ -107,22 +113,39 @@ public:
     static std::shared_ptr<MemoryNode> make(std::shared_ptr<CallLog> log = nullptr);
     ~MemoryNode() override;
 
-    // SCNNode (recorded)
+    // SCNNode: every operation is recorded, with the node's name as receiver.
+    /// `nodeName`.
     std::optional<std::string> name() const override;
+    /// Sets `nodeName`.
     void setName(const std::optional<std::string>& name) override;
+    /// The position, which a running move-by changes frame by frame.
     SCNVector3 position() const override;
+    /// Like assignPosition.
     void setPosition(SCNVector3 position) override;
+    /// The scale, which a running scale-by changes frame by frame.
     SCNVector3 scale() const override;
+    /// Like assignScale.
     void setScale(SCNVector3 scale) override;
+    /// The rotation as axis and angle, which a running rotate-by changes frame by frame.
     SCNVector4 rotation() const override;
+    /// Like assignRotation.
     void setRotation(SCNVector4 rotation) override;
+    /// The parent, or null for a topmost node.
     std::shared_ptr<SCNNode> parentNode() const override;
+    /// The children in the order they were attached.
     std::vector<std::shared_ptr<SCNNode>> childNodes() const override;
+    /// Takes `child` from any parent it has and attaches it last, with its running actions.
     void addChildNode(const std::shared_ptr<SCNNode>& child) override;
+    /// Detaches the node; its subtree keeps its actions, which run again once attached.
     void removeFromParentNode() override;
+    /// A copy of the subtree, sharing geometry, without running actions.
     std::shared_ptr<SCNNode> clone() override;
+    /// The geometry, shared with clones.
     std::shared_ptr<SCNGeometry> geometry() const override;
+    /// Runs `action` on the simulated clock (an instant one at once); a keyed action replaces
+    /// the one running with its key.
     void runActionForKey(std::shared_ptr<const SCNAction> action, const std::optional<std::string>& key) override;
+    /// Stops every running action where it stands.
     void removeAllActions() override;
 
     // Direct state access for the simulator, loaders and tests (not recorded). The transform
@@ -134,9 +157,13 @@ public:
     const SCNVector4& nodeRotation() const { return rotation_; }
     const std::shared_ptr<SCNGeometry>& nodeGeometry() const { return geometry_; }
 
+    /// Sets the position; the node and its subtree move in the index.
     void assignPosition(SCNVector3 position);
+    /// Sets the scale, like assignPosition.
     void assignScale(SCNVector3 scale);
+    /// Sets the rotation (axis and angle), like assignPosition.
     void assignRotation(SCNVector4 rotation);
+    /// Sets the geometry, whose box the index then keeps.
     void assignGeometry(std::shared_ptr<SCNGeometry> geometry);
 
     std::shared_ptr<MemoryNode> parent() const { return parent_.lock(); }
@@ -187,8 +214,6 @@ public:
     explicit MemoryNode(Made);
 
 private:
-    MemoryNode(const MemoryNode&) = delete;
-    MemoryNode& operator=(const MemoryNode&) = delete;
     friend class SceneIndex;
     /// Drops the cached world transform of this node and of its descendants.
     void invalidateWorld();
@@ -202,11 +227,13 @@ private:
     SceneIndex& treeIndex();
     /// Lists or unlists this node in its tree's index as having running actions.
     void syncAnimated();
-    /// The value of the part of the transform `type` drives, and setting it.
+    /// The value of the part of the transform `type` drives.
     SCNVector4 driven(SCNAction::Type type) const;
+    /// Sets the part of the transform `type` drives.
     void drive(SCNAction::Type type, SCNVector4 value);
     /// `start` moved on by a rotate-, scale- or move-by between two points of its runs.
     static SCNVector4 spanned(const SCNAction& leaf, double fromRuns, double toRuns, SCNVector4 start);
+    /// Records `op` with this node as receiver, when the node has a log.
     void record(const char* op, nlohmann::json args = nlohmann::json::array()) const;
     /// Applies a rotate-, scale- or move-by between two points of its runs: `fromRuns` and
     /// `toRuns` count completed runs (2.5 is half-way through the third run).
@@ -239,6 +266,7 @@ public:
     explicit MemoryScene(std::shared_ptr<CallLog> log = nullptr);
     /// A scene around an existing root node (model loading).
     MemoryScene(std::shared_ptr<CallLog> log, std::shared_ptr<MemoryNode> root);
+    /// Recorded; `root()`.
     std::shared_ptr<SCNNode> rootNode() const override;
     const std::shared_ptr<MemoryNode>& root() const { return root_; }
     /// Sets the log of the scene and of every node under its root.
@@ -256,9 +284,13 @@ std::shared_ptr<MemoryNode> asMemory(const std::shared_ptr<SCNNode>& node);
 nlohmann::json actionToJson(const SCNAction& action);
 /// A node as an argument or receiver: its name, or null.
 nlohmann::json nodeRef(const SCNNode* node);
+/// [x, y, z].
 nlohmann::json toJson(SCNVector3 v);
+/// [x, y, z, w].
 nlohmann::json toJson(SCNVector4 v);
-nlohmann::json toJson(const simd_float4x4& m);  ///< 16 numbers, column-major
+/// 16 numbers, column-major.
+nlohmann::json toJson(const simd_float4x4& m);
+/// {"red", "green", "blue", "alpha"}.
 nlohmann::json toJson(const UIColor& c);
 
 } // namespace orrery::memory

@@ -3,6 +3,7 @@
 #include <GL/glu.h>
 
 #include <cstdint>
+#include <utility>
 
 namespace orrery::memory {
 
@@ -57,9 +58,7 @@ void fan(std::size_t corners, std::vector<std::uint32_t>& triangles) {
 
 } // namespace
 
-PolygonTriangulator::~PolygonTriangulator() {
-    if (tessellator_) gluDeleteTess(tessellator_);
-}
+void PolygonTriangulator::TessellatorDeleter::operator()(GLUtesselator* tessellator) const { gluDeleteTess(tessellator); }
 
 bool PolygonTriangulator::isConvex(std::span<const Point> outline) {
     const Point n = newellNormal(outline);
@@ -85,33 +84,37 @@ void PolygonTriangulator::triangulate(std::span<const Point> points, std::span<c
         return;
     }
     if (!tessellator_) {
-        tessellator_ = gluNewTess();
+        tessellator_.reset(gluNewTess());
         if (!tessellator_) {
             fan(outlineSize, triangles);
             return;
         }
         using Callback = void (*)();
-        gluTessCallback(tessellator_, GLU_TESS_VERTEX_DATA, reinterpret_cast<Callback>(&onVertex));
-        gluTessCallback(tessellator_, GLU_TESS_EDGE_FLAG_DATA, reinterpret_cast<Callback>(&onEdgeFlag));
-        gluTessCallback(tessellator_, GLU_TESS_COMBINE_DATA, reinterpret_cast<Callback>(&onCombine));
-        gluTessCallback(tessellator_, GLU_TESS_ERROR_DATA, reinterpret_cast<Callback>(&onError));
-        gluTessProperty(tessellator_, GLU_TESS_WINDING_RULE, GLU_TESS_WINDING_ODD);
+        const std::pair<GLenum, Callback> callbacks[] = {
+            {GLU_TESS_VERTEX_DATA, reinterpret_cast<Callback>(&onVertex)},
+            {GLU_TESS_EDGE_FLAG_DATA, reinterpret_cast<Callback>(&onEdgeFlag)},
+            {GLU_TESS_COMBINE_DATA, reinterpret_cast<Callback>(&onCombine)},
+            {GLU_TESS_ERROR_DATA, reinterpret_cast<Callback>(&onError)},
+        };
+        for (const auto& [which, callback] : callbacks) gluTessCallback(tessellator_.get(), which, callback);
+        gluTessProperty(tessellator_.get(), GLU_TESS_WINDING_RULE, GLU_TESS_WINDING_ODD);
     }
+    GLUtesselator* const tessellator = tessellator_.get();
     const Point n = newellNormal(points.first(outlineSize));
-    gluTessNormal(tessellator_, n[0], n[1], n[2]);
+    gluTessNormal(tessellator, n[0], n[1], n[2]);
     Output out{&triangles, triangles.size()};
     // GLU keeps pointers to the coordinates until the polygon ends; `points` outlives the call.
-    gluTessBeginPolygon(tessellator_, &out);
+    gluTessBeginPolygon(tessellator, &out);
     std::size_t first = 0;
     for (const std::size_t size : contourSizes) {
-        gluTessBeginContour(tessellator_);
+        gluTessBeginContour(tessellator);
         for (std::size_t i = first; i < first + size; ++i)
-            gluTessVertex(tessellator_, const_cast<GLdouble*>(points[i].data()),
+            gluTessVertex(tessellator, const_cast<GLdouble*>(points[i].data()),
                           reinterpret_cast<void*>(static_cast<std::uintptr_t>(i) + 1));  // never null
-        gluTessEndContour(tessellator_);
+        gluTessEndContour(tessellator);
         first += size;
     }
-    gluTessEndPolygon(tessellator_);
+    gluTessEndPolygon(tessellator);
     if (out.failed || (triangles.size() - out.before) % 3 != 0 || triangles.size() == out.before) {
         // Nothing usable (a degenerate or broken outline): fall back to the outline's fan.
         triangles.resize(out.before);

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <vector>
 
@@ -14,11 +15,6 @@ namespace orrery::memory {
 class PolygonTriangulator {
 public:
     using Point = std::array<double, 3>;
-
-    PolygonTriangulator() = default;
-    PolygonTriangulator(const PolygonTriangulator&) = delete;
-    PolygonTriangulator& operator=(const PolygonTriangulator&) = delete;
-    ~PolygonTriangulator();
 
     /// Triangulates one polygon: `points` holds the corners of each contour in turn, the outline
     /// first and then any holes; `contourSizes` says how many corners each contour has. Appends
@@ -33,7 +29,11 @@ public:
     static bool isConvex(std::span<const Point> outline);
 
 private:
-    GLUtesselator* tessellator_ = nullptr;
+    struct TessellatorDeleter {
+        void operator()(GLUtesselator* tessellator) const;
+    };
+    /// Made on the first polygon that needs it, then kept with its callbacks set.
+    std::unique_ptr<GLUtesselator, TessellatorDeleter> tessellator_;
 };
 
 } // namespace orrery::memory

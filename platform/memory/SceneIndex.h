@@ -6,6 +6,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 #include <vector>
 
 namespace orrery::memory {
@@ -16,7 +17,9 @@ class MemoryNode;
 struct WorldBox {
     std::array<float, 3> lo{}, hi{};
 
+    /// Whether `inner` lies wholly inside this box.
     bool contains(const WorldBox& inner) const;
+    /// The smallest box holding this box and `other`.
     WorldBox merged(const WorldBox& other) const;
     /// Half the surface area: the cost measure that keeps the hierarchy's boxes tight.
     float halfArea() const;
@@ -31,7 +34,9 @@ public:
     using Id = std::int32_t;
     static constexpr Id none = -1;
 
+    /// A new leaf for `owner` with `box`.
     Id insert(const WorldBox& box, MemoryNode* owner);
+    /// Takes a leaf out; its id may be given to a later leaf.
     void remove(Id leaf);
     /// Gives a leaf a new box. Leaves store their box enlarged by a margin, so a box that
     /// still fits in the stored one changes nothing.
@@ -61,11 +66,15 @@ private:
         MemoryNode* owner = nullptr;   ///< leaves only
     };
 
+    /// A free entry, from the free chain or appended.
     Id allocate();
+    /// Chains an entry into the free chain.
     void release(Id id);
     /// The entry that a new leaf with `box` should be paired with under a new parent.
     Id bestSibling(const WorldBox& box) const;
+    /// Puts a leaf into the tree beside its best sibling.
     void link(Id leaf);
+    /// Takes a leaf out of the tree; its sibling takes their parent's place.
     void unlink(Id leaf);
     /// Recomputes boxes and heights from `id` up to the root, rotating where unbalanced.
     void refit(Id id);
@@ -90,8 +99,7 @@ private:
 class SceneIndex {
 public:
     explicit SceneIndex(MemoryNode& top) : top_(top) {}
-    SceneIndex(const SceneIndex&) = delete;
-    SceneIndex& operator=(const SceneIndex&) = delete;
+    SceneIndex(const SceneIndex&) = delete;  // every node of the tree points back at this index
     /// Clears the bookkeeping of every node of the tree, which may outlive this index.
     ~SceneIndex();
 
@@ -99,6 +107,7 @@ public:
     const std::vector<MemoryNode*>& animated() const { return animated_; }
     /// Lists a node not listed yet (nodes are unlisted whenever they leave an index).
     void addAnimated(MemoryNode& node);
+    /// Unlists the node; nothing when it is not listed.
     void removeAnimated(MemoryNode& node);
     /// Registers every node of `subtree` (just attached) that has running actions.
     void addAnimatedSubtree(MemoryNode& subtree);
@@ -119,9 +128,11 @@ public:
 private:
     /// Brings the hierarchy up to date: built whole the first time, then per changed subtree.
     void refresh();
+    /// Updates the entry of every node of `subtree`.
     void refreshSubtree(MemoryNode& subtree);
     /// Puts one node's entry where its geometry and world transform say.
     void update(MemoryNode& node);
+    /// Takes a node's entry out of the hierarchy or the loose list.
     void dropEntry(MemoryNode& node);
 
     MemoryNode& top_;
@@ -131,5 +142,7 @@ private:
     std::vector<MemoryNode*> loose_;    ///< geometry tested on every query
     std::vector<MemoryNode*> changed_;  ///< subtrees to refresh before the next query
 };
+
+static_assert(!std::is_copy_constructible_v<SceneIndex>);
 
 } // namespace orrery::memory
