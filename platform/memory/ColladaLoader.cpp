@@ -49,7 +49,7 @@ std::optional<std::uint32_t> unsignedAttribute(const pugi::xml_node& node, const
     if (!attribute) return fallback;
     const char* text = attribute.value();
     const char* end = text + std::strlen(text);
-    std::uint32_t value = 0;
+    std::uint32_t value{};
     const auto [next, ec] = std::from_chars(text, end, value);
     if (ec != std::errc() || next != end) return std::nullopt;
     return value;
@@ -107,9 +107,9 @@ struct Notes {
 /// get z = 0), every such position checked to lie in data.
 struct Accessor {
     const std::vector<float>* data = nullptr;
-    std::uint32_t count = 0, stride = 0, offset = 0;
+    std::uint32_t count{}, stride{}, offset{};
     std::array<std::uint32_t, 3> slots{0, 1, 2};
-    int components = 0;
+    int components{};
 
     float at(std::uint32_t i, int k) const {
         return k < components ? (*data)[std::size_t(offset) + std::size_t(i) * stride + slots[k]] : 0.0f;

@@ -76,15 +76,21 @@ bool tooMany(std::string* why) {
     return false;
 }
 
+/// Empties `out` and makes room for the `expected` values, up to a bound that a wrong count cannot exceed.
+template <class Value>
+void startList(std::vector<Value>& out, std::size_t expected) {
+    out.clear();
+    out.reserve(std::min(expected, kMaxReserve));
+}
+
 } // namespace
 
 bool parseFloats(const char* p, std::vector<float>& out, std::size_t expected, std::string* why) {
-    out.clear();
-    out.reserve(std::min(expected, kMaxReserve));
+    startList(out, expected);
     while (true) {
         while (isSpace(*p)) ++p;
         if (*p == '\0') return true;
-        float value = 0;
+        float value{};
         const char* const word = p;
         p = readFloat(p, value);
         if (!p || (*p != '\0' && !isSpace(*p))) {
@@ -97,8 +103,7 @@ bool parseFloats(const char* p, std::vector<float>& out, std::size_t expected, s
 }
 
 bool parseIndices(const char* p, std::vector<std::uint32_t>& out, std::size_t expected, std::string* why) {
-    out.clear();
-    out.reserve(std::min(expected, kMaxReserve));
+    startList(out, expected);
     while (true) {
         while (isSpace(*p)) ++p;
         if (*p == '\0') return true;

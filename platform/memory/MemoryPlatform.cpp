@@ -110,7 +110,6 @@ std::vector<std::pair<double, MemoryNode*>> rayHits(const std::vector<MemoryNode
 
 std::vector<SCNHitTestResult> resultsOf(const std::vector<std::pair<double, MemoryNode*>>& hits) {
     std::vector<SCNHitTestResult> results;
-    results.reserve(hits.size());
     for (const auto& hit : hits) results.push_back({hit.second->shared_from_this()});
     return results;
 }
@@ -160,13 +159,13 @@ bool SimulatedCamera::onScreen(CGPoint point) const {
 }
 
 SimulatedRoom SimulatedRoom::standard() {
-    SimulatedRoom room;
     // Heights are relative to the device where tracking started (about 1.4 m above the floor).
-    room.surfaces.push_back({-1.4f, -5.0f, 5.0f, -5.0f, 5.0f});  // floor
-    room.surfaces.push_back({-1.0f, -0.5f, 0.5f, -2.2f, -1.6f});  // coffee table
-    room.surfaces.push_back({-0.65f, 1.2f, 2.4f, -1.5f, -0.7f});  // desk
-    room.surfaces.push_back({-0.55f, -2.6f, -2.1f, -3.0f, -1.5f});  // sideboard
-    return room;
+    return {{
+        {-1.4f, -5.0f, 5.0f, -5.0f, 5.0f},     // floor
+        {-1.0f, -0.5f, 0.5f, -2.2f, -1.6f},    // coffee table
+        {-0.65f, 1.2f, 2.4f, -1.5f, -0.7f},    // desk
+        {-0.55f, -2.6f, -2.1f, -3.0f, -1.5f},  // sideboard
+    }};
 }
 
 std::vector<SCNVector3> SimulatedRoom::intersect(SCNVector3 origin, SCNVector3 direction) const {

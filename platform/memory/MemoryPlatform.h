@@ -46,9 +46,9 @@ struct SimulatedCamera {
 
 /// A horizontal rectangle of the simulated room on which feature points are detected.
 struct RoomSurface {
-    float height = 0;           ///< y of the surface
-    float minX = 0, maxX = 0;   ///< extent in x
-    float minZ = 0, maxZ = 0;   ///< extent in z
+    float height{};         ///< y of the surface
+    float minX{}, maxX{};   ///< extent in x
+    float minZ{}, maxZ{};   ///< extent in z
 };
 
 /// The room the session tracks: a floor 1.4 m below the starting device and some furniture tops.

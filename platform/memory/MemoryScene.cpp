@@ -202,10 +202,9 @@ void MemoryMeshGeometry::computeBounds() {
         return;
     }
     bounds.min = bounds.max = positions.front();
-    for (const auto& p : positions) {
-        bounds.min = {std::min(bounds.min.x, p.x), std::min(bounds.min.y, p.y), std::min(bounds.min.z, p.z)};
-        bounds.max = {std::max(bounds.max.x, p.x), std::max(bounds.max.y, p.y), std::max(bounds.max.z, p.z)};
-    }
+    for (const auto& p : positions)
+        bounds = {{std::min(bounds.min.x, p.x), std::min(bounds.min.y, p.y), std::min(bounds.min.z, p.z)},
+                  {std::max(bounds.max.x, p.x), std::max(bounds.max.y, p.y), std::max(bounds.max.z, p.z)}};
 }
 
 MemoryTextGeometry::MemoryTextGeometry(std::shared_ptr<CallLog> log, std::string string, double extrusionDepth)
@@ -327,12 +326,12 @@ void MemoryNode::appendChild(const std::shared_ptr<MemoryNode>& child) {
     // The child's own index ends here: its nodes join this tree's.
     const bool animatedInside = child->index_ && !child->index_->animated().empty();
     child->index_.reset();
-    child->parent_ = weak_from_this();
     if (nextSiblingOrder_ == std::numeric_limits<std::uint32_t>::max()) {
         // Numbers run out only after four billion attachments here: number the children afresh.
         nextSiblingOrder_ = 0;
         for (const auto& sibling : children_) sibling->siblingOrder_ = nextSiblingOrder_++;
     }
+    child->parent_ = weak_from_this();
     child->siblingOrder_ = nextSiblingOrder_++;
     children_.push_back(child);
     child->invalidateWorld();

@@ -99,9 +99,9 @@ private:
 struct RunningAction {
     std::optional<std::string> key;
     std::shared_ptr<const SCNAction> action;
-    double elapsed = 0;
+    double elapsed{};
     SCNVector4 base{};
-    double baseElapsed = 0;
+    double baseElapsed{};
     SCNVector4 written{};
 };
 

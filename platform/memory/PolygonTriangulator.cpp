@@ -17,9 +17,9 @@ Point newellNormal(std::span<const Point> outline) {
     for (std::size_t i = 0; i < outline.size(); ++i) {
         const Point& a = outline[i];
         const Point& b = outline[(i + 1) % outline.size()];
-        n[0] += (a[1] - b[1]) * (a[2] + b[2]);
-        n[1] += (a[2] - b[2]) * (a[0] + b[0]);
-        n[2] += (a[0] - b[0]) * (a[1] + b[1]);
+        n = {n[0] + (a[1] - b[1]) * (a[2] + b[2]),
+             n[1] + (a[2] - b[2]) * (a[0] + b[0]),
+             n[2] + (a[0] - b[0]) * (a[1] + b[1])};
     }
     return n;
 }

@@ -185,8 +185,8 @@ std::shared_ptr<TextLayout> computeLayout(FaceCache& cache, const std::string& t
             const SCNVector3 v{static_cast<float>(p[0]), static_cast<float>(p[1]), 0};
             if (first) layout->bounds = {v, v};
             first = false;
-            layout->bounds.min = {std::min(layout->bounds.min.x, v.x), std::min(layout->bounds.min.y, v.y), 0};
-            layout->bounds.max = {std::max(layout->bounds.max.x, v.x), std::max(layout->bounds.max.y, v.y), 0};
+            layout->bounds = {{std::min(layout->bounds.min.x, v.x), std::min(layout->bounds.min.y, v.y), 0},
+                              {std::max(layout->bounds.max.x, v.x), std::max(layout->bounds.max.y, v.y), 0}};
         }
     return layout;
 }

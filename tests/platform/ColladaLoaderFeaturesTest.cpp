@@ -120,6 +120,10 @@ TEST(ColladaLoaderFiles, EachFeatureAndFailureMode) {
         {"outline with a hole", document(geometry(primitive("polygons", "<ph><p>0 1 2 3</p><h>4 5 6 7</h></ph><p>0 1 2</p>"),
                                                   "0 0 0 3 0 0 3 3 0 0 3 0 1 1 0 2 1 0 2 2 0 1 2 0"), kMeshNode),
          {"M:9"}, {}, {}},
+        {"normals padded to four numbers without params: the first three", document(geometry(
+             R"(<source id="n"><float_array id="n-a" count="4">0 0 1 0</float_array><technique_common><accessor source="#n-a" count="1" stride="4"/></technique_common></source>)" +
+             primitive("triangles", R"(<input semantic="NORMAL" source="#n" offset="1"/><p>0 0 1 0 2 0 0 0 2 0 3 0</p>)", "2")),
+             kMeshNode), {"M:2"}, {}, {}},
         {"an empty <ph> beside a polygon", document(geometry(primitive("polygons", "<ph/><p>0 1 2</p>")), kMeshNode), {"M:1"}, {}, {}},
         {"the visual scene the <scene> names is missing", [&] {
              std::string d = document(geometry(triangles), kMeshNode);

@@ -23,31 +23,34 @@ TEST(PolygonTriangulator, ACrossingIsStoodInForByTheCornerItLiesClosestTo) {
 }
 
 TEST(PolygonTriangulator, ConcaveOutlinesInEveryPlaneAreCoveredOnceFacingTheirNormal) {
-    // An L of area 3 whose first corner cannot see the whole outline, so a fan from it would
-    // fold over; laid in each coordinate plane, facing the plane's positive axis.
+    // An L of area 3/16 whose first corner cannot see the whole outline, so a fan from it would
+    // fold over; laid in each coordinate plane, wound to face the plane's positive or negative
+    // axis. Small, so that a normal off by a unit vector would turn round.
     const double l[][2] = {{2, 1}, {1, 1}, {1, 2}, {0, 2}, {0, 0}, {2, 0}};
     const std::size_t sizes[] = {6};
-    for (int axis = 0; axis < 3; ++axis) {
-        std::vector<PolygonTriangulator::Point> outline;
-        for (const auto& [u, v] : l) {
-            PolygonTriangulator::Point p{0, 0, 0};
-            p[(axis + 1) % 3] = u;
-            p[(axis + 2) % 3] = v;
-            outline.push_back(p);
+    for (int axis = 0; axis < 3; ++axis)
+        for (const double facingSign : {1.0, -1.0}) {
+            std::vector<PolygonTriangulator::Point> outline;
+            for (const auto& [u, v] : l) {
+                PolygonTriangulator::Point p{0, 0, 0};
+                p[(axis + 1) % 3] = u / 4;
+                p[(axis + 2) % 3] = v / 4;
+                outline.push_back(p);
+            }
+            if (facingSign < 0) std::reverse(outline.begin() + 1, outline.end());
+            PolygonTriangulator triangulator;
+            std::vector<std::uint32_t> triangles;
+            triangulator.triangulate(outline, sizes, triangles);
+            double area = 0;
+            for (std::size_t t = 0; t + 2 < triangles.size(); t += 3) {
+                const auto &a = outline.at(triangles[t]), &b = outline.at(triangles[t + 1]), &c = outline.at(triangles[t + 2]);
+                const int i = (axis + 1) % 3, j = (axis + 2) % 3;  // the facing part of (b - a) x (c - a)
+                const double facing = facingSign * 0.5 * ((b[i] - a[i]) * (c[j] - a[j]) - (b[j] - a[j]) * (c[i] - a[i]));
+                EXPECT_GE(facing, 0.0) << "axis " << axis << " facing " << facingSign << ", triangle " << t / 3;
+                area += facing;
+            }
+            EXPECT_DOUBLE_EQ(area, 3.0 / 16) << "axis " << axis << " facing " << facingSign;
         }
-        PolygonTriangulator triangulator;
-        std::vector<std::uint32_t> triangles;
-        triangulator.triangulate(outline, sizes, triangles);
-        double area = 0;
-        for (std::size_t t = 0; t + 2 < triangles.size(); t += 3) {
-            const auto &a = outline.at(triangles[t]), &b = outline.at(triangles[t + 1]), &c = outline.at(triangles[t + 2]);
-            const int i = (axis + 1) % 3, j = (axis + 2) % 3;  // the facing part of (b - a) x (c - a)
-            const double facing = 0.5 * ((b[i] - a[i]) * (c[j] - a[j]) - (b[j] - a[j]) * (c[i] - a[i]));
-            EXPECT_GE(facing, 0.0) << "axis " << axis << ", triangle " << t / 3;
-            area += facing;
-        }
-        EXPECT_DOUBLE_EQ(area, 3.0) << "axis " << axis;
-    }
 }
 
 } // namespace
