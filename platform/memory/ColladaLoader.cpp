@@ -320,9 +320,9 @@ private:
 
     /// Counts one more node of the scene; past the limit the document is refused.
     bool countNode(const pugi::xml_node& at) {
-        if (++nodeCount_ <= notes_.limits.nodes) return true;
-        refuse(at, "more than " + std::to_string(notes_.limits.nodes) + " nodes");
-        return false;
+        const bool within = ++nodeCount_ <= notes_.limits.nodes;
+        if (!within) refuse(at, "more than " + std::to_string(notes_.limits.nodes) + " nodes");
+        return within;
     }
 
     std::shared_ptr<MemoryNode> buildNode(const pugi::xml_node& element, int depth) {

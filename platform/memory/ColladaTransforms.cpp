@@ -208,8 +208,8 @@ Matrix assetConversion(const pugi::xml_node& asset, std::string& warning) {
         const auto meter = unit.attribute("meter");
         std::vector<float> value;
         if (meter && parseFloats(meter.value(), value) && value.size() == 1 && value[0] > 0) {
-            for (int r = 0; r < 3; ++r)
-                for (int c = 0; c < 3; ++c) conversion.m[r][c] *= value[0];
+            const double s = value[0];
+            setLinear(conversion, product(conversion.linear(), {{{s, 0, 0}, {0, s, 0}, {0, 0, s}}}));
         } else if (meter) {
             warning = "unit of " + quoted(meter.value()) + " metres is not a positive number; taken as 1";
         }

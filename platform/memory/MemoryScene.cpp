@@ -168,8 +168,7 @@ std::shared_ptr<MemoryNode> asMemory(const std::shared_ptr<SCNNode>& node) {
 
 // ---------------------------------------------------------------- materials and geometry
 
-MemoryMaterialProperty::MemoryMaterialProperty(std::shared_ptr<CallLog> log, std::string propertyName)
-    : propertyName(std::move(propertyName)), log_(std::move(log)) {}
+MemoryMaterialProperty::MemoryMaterialProperty(std::shared_ptr<CallLog> log) : log_(std::move(log)) {}
 
 void MemoryMaterialProperty::setContents(const UIColor& colour) {
     if (log_) log_->record("setContents:", std::nullopt, Json::array({toJson(colour)}));
@@ -177,8 +176,8 @@ void MemoryMaterialProperty::setContents(const UIColor& colour) {
 }
 
 MemoryMaterial::MemoryMaterial(std::shared_ptr<CallLog> log)
-    : diffuseProperty(std::make_shared<MemoryMaterialProperty>(log, "diffuse")),
-      specularProperty(std::make_shared<MemoryMaterialProperty>(log, "specular")),
+    : diffuseProperty(std::make_shared<MemoryMaterialProperty>(log)),
+      specularProperty(std::make_shared<MemoryMaterialProperty>(log)),
       log_(std::move(log)) {}
 
 std::shared_ptr<SCNMaterialProperty> MemoryMaterial::diffuse() {
@@ -533,8 +532,6 @@ void MemoryNode::collectHitCandidates(const std::array<double, 3>& origin, const
     if (geometry_) nodes.push_back(this);
     for (const auto& child : children_) child->collectHitCandidates(origin, direction, nodes);
 }
-
-std::size_t MemoryNode::indexBytes() const { return index_ ? index_->bytes() : 0; }
 
 MemoryNode& MemoryNode::top() {
     MemoryNode* node = this;

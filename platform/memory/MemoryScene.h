@@ -22,14 +22,13 @@ using MaterialContents = std::variant<std::monostate, UIColor, std::string>;
 
 class MemoryMaterialProperty final : public SCNMaterialProperty {
 public:
-    MemoryMaterialProperty(std::shared_ptr<CallLog> log, std::string propertyName);
+    explicit MemoryMaterialProperty(std::shared_ptr<CallLog> log);
     /// Recorded; the colour becomes `contents`.
     void setContents(const UIColor& colour) override;
     /// Sets an image path without logging (used by model loading).
     void setImageContents(std::string path) { contents = std::move(path); }
 
     MaterialContents contents;
-    std::string propertyName;  ///< "diffuse", "specular"
 
 private:
     std::shared_ptr<CallLog> log_;
@@ -199,8 +198,6 @@ public:
     /// keeps the geometry's world boxes in a bounding-volume hierarchy; others walk the subtree.
     void collectHitCandidates(const std::array<double, 3>& origin, const std::array<double, 3>& direction,
                               std::vector<MemoryNode*>& nodes);
-    /// Heap bytes of the index this node keeps (topmost nodes only).
-    std::size_t indexBytes() const;
 
     /// First node named `name` in this subtree, depth-first, this node first.
     std::shared_ptr<MemoryNode> findNamed(const std::string& name);

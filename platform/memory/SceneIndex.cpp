@@ -419,9 +419,4 @@ void SceneIndex::candidates(const std::array<double, 3>& origin, const std::arra
     nodes.insert(nodes.end(), loose_.begin(), loose_.end());
 }
 
-std::size_t SceneIndex::bytes() const {
-    return sizeof(SceneIndex) + boxes_.bytes() +
-           (animated_.capacity() + loose_.capacity() + changed_.capacity()) * sizeof(MemoryNode*);
-}
-
 } // namespace orrery::memory

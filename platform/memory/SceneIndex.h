@@ -56,7 +56,6 @@ public:
         for (const auto& entry : entries_)
             if (entry.height == 0 && entry.owner) visit(*entry.owner);
     }
-    std::size_t bytes() const { return entries_.capacity() * sizeof(Entry) + stack_.capacity() * sizeof(Id) + searchStack_.capacity() * sizeof(Candidate); }
 
 private:
     struct Entry {
@@ -123,7 +122,6 @@ public:
     /// and every node whose box can change without notice (text) or is not finite.
     void candidates(const std::array<double, 3>& origin, const std::array<double, 3>& direction,
                     std::vector<MemoryNode*>& nodes);
-    std::size_t bytes() const;
 
 private:
     /// Brings the hierarchy up to date: built whole the first time, then per changed subtree.

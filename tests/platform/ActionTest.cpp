@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <limits>
 #include <numbers>
 
 using namespace orrery;
@@ -122,6 +124,13 @@ TEST(MemoryActions, RepeatCountsAndZeroDurations) {
     node->runActionForKey(SCNAction::rotateByXYZDuration(0, pi / 2, 0, 0), std::nullopt);
     EXPECT_VEC3_NEAR(xAxisOf(*node), 0, 0, -1, 1e-6);
     EXPECT_TRUE(node->actions().empty());
+    // So do durations that are no time at all.
+    for (const double nonsense : {-1.0, std::numeric_limits<double>::infinity(), std::nan("")}) {
+        auto moved = MemoryNode::make();
+        moved->runActionForKey(SCNAction::moveByDuration({1, 0, 0}, nonsense), std::nullopt);
+        EXPECT_EQ(moved->nodePosition().x, 1.0f) << nonsense;
+        EXPECT_TRUE(moved->actions().empty()) << nonsense;
+    }
 
     // An endless repeat of an instant action applies once per advance, never in a loop.
     node->runActionForKey(SCNAction::repeatActionForever(SCNAction::moveByDuration({0, 1, 0}, 0)), "step");

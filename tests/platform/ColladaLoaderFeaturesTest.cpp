@@ -124,11 +124,15 @@ TEST(ColladaLoaderFiles, EachFeatureAndFailureMode) {
              R"(<source id="n"><float_array id="n-a" count="4">0 0 1 0</float_array><technique_common><accessor source="#n-a" count="1" stride="4"/></technique_common></source>)" +
              primitive("triangles", R"(<input semantic="NORMAL" source="#n" offset="1"/><p>0 0 1 0 2 0 0 0 2 0 3 0</p>)", "2")),
              kMeshNode), {"M:2"}, {}, {}},
+        {"a two-corner polygon beside a triangle", document(geometry(primitive("polylist", "<vcount>2 3</vcount><p>0 1 0 1 2</p>", "2")),
+                                                            kMeshNode), {"M:1"}, {}, {}},
         {"an empty <ph> beside a polygon", document(geometry(primitive("polygons", "<ph/><p>0 1 2</p>")), kMeshNode), {"M:1"}, {}, {}},
         {"the visual scene the <scene> names is missing", [&] {
              std::string d = document(geometry(triangles), kMeshNode);
              return d.replace(d.find("url=\"#vs\""), 9, "url=\"#nope\"");
          }(), {"M:2"}, {{"#nope", "instance_visual_scene \"#nope\" names no visual scene of this file; the first one is shown"}}, {}},
+        {"an up axis of no known name", document(geometry(triangles), kMeshNode, "<up_axis>W_UP</up_axis>"), {"M:2"},
+         {{"<asset>", "up axis \"W_UP\" is none of X_UP, Y_UP, Z_UP; taken as Y_UP"}}, {}},
         {"2-D positions", document(geometry(triangles, "0 0 1 0 1 1 0 1", R"(<param name="X" type="float"/><param name="Y" type="float"/>)", 2),
                                    kMeshNode), {"M:2"}, {}, {}},
         {"1-D positions", document(geometry(triangles, "0 1 1 0", R"(<param name="X" type="float"/>)", 1), kMeshNode), {"M:2"}, {}, {}},
@@ -150,6 +154,10 @@ TEST(ColladaLoaderFiles, EachFeatureAndFailureMode) {
         // Parts left out, with a warning each.
         {"decimal comma", document(geometry(triangles, "0 0 0 1 0 0 1 1 0 0 0,5 0"), kMeshNode), {"M:0"},
          {{"<float_array", "<triangles> left out: <float_array> \"pos-a\": \"0,5\" is not a finite 32-bit number"}}, {}},
+        {"a word of 24 bytes quoted whole", document(geometry(triangles, "0 0 0 1 0 0 1 1 0 0 1 abcdefghijklmnopqrstuvwx"), kMeshNode),
+         {"M:0"}, {{"<float_array", "\"abcdefghijklmnopqrstuvwx\" is not a finite"}}, {}},
+        {"a longer word cut at 24 bytes", document(geometry(triangles, "0 0 0 1 0 0 1 1 0 0 1 abcdefghijklmnopqrstuvwxy"), kMeshNode),
+         {"M:0"}, {{"<float_array", "\"abcdefghijklmnopqrstuvwx...\" is not a finite"}}, {}},
         {"a polygon with a word among its indices", document(geometry(primitive("polygons", "<p>0 1 x</p>")), kMeshNode),
          {"M:0"}, {{"<polygons", "<polygons> left out: <p>: \"x\" is not an index"}}, {}},
         {"vertices without positions", [&] {
@@ -177,6 +185,8 @@ TEST(ColladaLoaderFiles, EachFeatureAndFailureMode) {
          }(), R"(<node name="M"><instance_geometry url="#"/></node>)"), {}, {{"url=\"#\"", "names no <geometry> of this file"}}, {}},
         {"a node that contains itself", document(geometry(triangles), R"(<node id="loop" name="L"><instance_node url="#loop"/></node>)"),
          {}, {{"<instance_node", "instance_node \"#loop\" instantiates a node that contains it; left out"}}, {}},
+        {"a convex hull of another mesh", document(R"(<library_geometries><geometry id="g"><convex_mesh convex_hull_of="#h"/></geometry></library_geometries>)",
+                                                  kMeshNode), {}, {{"<geometry", "geometry \"g\" is a <convex_mesh>, not a mesh; left out"}}, {}},
         {"a spline", document(R"(<library_geometries><geometry id="g"><spline/></geometry></library_geometries>)", kMeshNode),
          {}, {{"<geometry", "geometry \"g\" is a <spline>, not a mesh; left out"}}, {}},
         {"unreadable transform", document(geometry(triangles), R"(<node name="T"><translate>1 2</translate></node>)"), {},
@@ -186,6 +196,10 @@ TEST(ColladaLoaderFiles, EachFeatureAndFailureMode) {
         {"normals from a source read as texture coordinates", document(geometry(R"(<source id="n"><float_array id="n-a" count="8">0 1 0 1 0 1 0 1</float_array><technique_common><accessor source="#n-a" count="4" stride="2"/></technique_common></source>
 )" + primitive("triangles", R"(<input semantic="TEXCOORD" source="#n" offset="0"/><input semantic="NORMAL" source="#n" offset="0"/><p>0 1 2</p>)")), kMeshNode),
          {"M:1"}, {{"<accessor source=\"#n-a\"", "normals of <triangles> left out: the <accessor> of \"n\" has 2 components, 3 needed"}}, {}},
+        {"per-vertex normals from a source that is not there", [&] {
+             std::string d = document(geometry(triangles), kMeshNode);
+             return d.replace(d.find("</vertices>"), 0, R"(<input semantic="NORMAL" source="#gone"/>)");
+         }(), {"M:2"}, {{"<triangles", "normals of <triangles> left out: it names no source \"gone\""}}, {}},
         {"normals from a source that is not there",
          document(geometry(primitive("triangles", R"(<input semantic="NORMAL" source="#gone" offset="0"/><p>0 1 2</p>)")), kMeshNode),
          {"M:1"}, {{"source=\"#gone\"", "normals of <triangles> left out: it names no source \"gone\""}}, {}},

@@ -40,8 +40,9 @@ public:
         return all;
     }
 
-    /// A new node somewhere in the tree: a box (sometimes flat or empty, sometimes shared with a
-    /// twin in the same place, so that hits tie), a text, or an empty group.
+    /// A new node somewhere in the tree: a box (sometimes flat or empty), a text, or an empty
+    /// group. Now and then it or its small parent gets a twin in the same place, so that hits
+    /// tie between siblings or between cousins.
     void grow() {
         const auto all = nodes();
         const auto& parent = all[pick(all.size())];
@@ -61,7 +62,14 @@ public:
         }
         place(*node);
         parent->appendChild(node);
-        if (pick(4) == 0) parent->appendChild(std::static_pointer_cast<MemoryNode>(node->clone()));
+        const auto twinned = pick(4) == 0 ? node : pick(3) == 0 && size(*parent) <= 8 ? parent : nullptr;
+        if (twinned && twinned->parent()) twinned->parent()->appendChild(std::static_pointer_cast<MemoryNode>(twinned->clone()));
+    }
+
+    static std::size_t size(const MemoryNode& subtree) {
+        std::size_t n = 1;
+        for (const auto& child : subtree.children()) n += size(*child);
+        return n;
     }
 
     void place(MemoryNode& node) {

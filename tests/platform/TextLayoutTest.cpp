@@ -163,9 +163,9 @@ TEST(TextLayout, NothingVisibleGivesAnEmptyBox) {
     for (const char* text : {"", "\n", "   ", " \n "}) EXPECT_EQ(boxOf(text), SCNBoundingBox{}) << '"' << text << '"';
 }
 
-TEST(TextLayout, TextWithoutAFontUsesTheDefaultFont) {
+TEST(TextLayout, TextWithoutAFontUsesTheDefaultFontAt36Points) {
     const SCNBoundingBox box = textBounds(*layoutText("Sun", std::nullopt), 0);
-    EXPECT_EQ(box, textBounds(*layoutText("Sun", UIFont{"Helvetica", memory::kDefaultTextSize}), 0));
+    EXPECT_EQ(box, textBounds(*layoutText("Sun", UIFont{"Helvetica", 36}), 0));
 }
 
 TEST(TextLayout, TextGeometryReportsTheLayoutBox) {
