@@ -41,13 +41,12 @@ inline constexpr std::array<SpinEntry, bodyCount> SpinTable{{
     {15, 8, fullTurn, "ErisAnimation"},
 }};
 
-static_assert(
-    [] {
-        for (std::size_t i = 0; i < SpinTable.size(); ++i)
-            if (SpinTable[i].body != BodyIndex(i)) return false;
-        return true;
-    }(),
-    "SpinTable is indexed by BodyIndex");
+// SpinTable is indexed by BodyIndex.
+static_assert([] {
+    for (std::size_t i = 0; i < SpinTable.size(); ++i)
+        if (SpinTable[i].body != BodyIndex(i)) return false;
+    return true;
+}());
 
 /// One place of the overview row.
 struct LayoutEntry {
