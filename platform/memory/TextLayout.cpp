@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cmath>
 #include <map>
-#include <mutex>
 
 namespace orrery::memory {
 
@@ -194,10 +193,8 @@ std::shared_ptr<TextLayout> computeLayout(FaceCache& cache, const std::string& t
 } // namespace
 
 std::shared_ptr<const TextLayout> layoutText(const std::string& text, const std::optional<UIFont>& font) {
-    static std::mutex mutex;
     static FaceCache faces;
     static std::map<std::string, std::shared_ptr<const TextLayout>> layouts;
-    const std::lock_guard lock(mutex);
     std::string key = font ? font->fontName + '\0' + std::to_string(font->pointSize) : std::string("\0-", 2);
     key += '\0' + text;
     if (const auto it = layouts.find(key); it != layouts.end()) return it->second;

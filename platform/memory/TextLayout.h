@@ -39,7 +39,8 @@ struct TextLayout {
 };
 
 /// The layout of `text` in `font` (null: the default text font at kDefaultTextSize).
-/// Layouts are cached; the result stays valid as long as it is held.
+/// Layouts are cached for the whole process, which lays out text on one thread only; the
+/// result stays valid as long as it is held.
 std::shared_ptr<const TextLayout> layoutText(const std::string& text, const std::optional<UIFont>& font);
 
 /// The bounding box of the extruded text: the layout's box in x and y, and the extrusion

@@ -60,15 +60,19 @@ TEST_F(LifecycleTest, EachCopyFollowsTheSelectionWhenItsBlockRuns) {
     EXPECT_EQ(copyOn(2), "Pluto");
 }
 
-TEST_F(LifecycleTest, PlaneAnchorsGetNothingOtherAnchorsOneBlock) {
-    auto node = MemoryNode::make();
+TEST_F(LifecycleTest, PlaneAnchorsGetNothingOtherAnchorsOneBlockThatPlacesACopy) {
+    auto node = MemoryNode::make(platform.log);
+    platform.log->takeNew();
     controller.rendererDidAddNodeForAnchor(*platform.view, node, std::make_shared<ARPlaneAnchor>(matrix_identity_float4x4()));
     EXPECT_TRUE(platform.mainQueue.empty());
     controller.rendererDidAddNodeForAnchor(*platform.view, node, std::make_shared<ARAnchor>(matrix_identity_float4x4()));
     EXPECT_EQ(platform.mainQueue.size(), 1u);
     EXPECT_TRUE(node->children().empty());
+    EXPECT_EQ(newLines(), (Lines{"async"}));
     platform.drainMainQueue();
     EXPECT_EQ(node->children().size(), 1u);
+    EXPECT_EQ(newLines(), (Lines{"Earth.clone", "Earth.setScale: [0.5,0.5,0.5]", "Earth.setPosition: [0,0.5,0]",
+                                 R"(addChildNode: "Earth")"}));
 }
 
 TEST_F(LifecycleTest, AQueuedBlockKeepsTheControllerUntilItHasRun) {

@@ -60,14 +60,18 @@ std::shared_ptr<MemoryMeshGeometry> meshOf(const MemoryNode& node) {
     return std::dynamic_pointer_cast<MemoryMeshGeometry>(node.nodeGeometry());
 }
 
-/// "name:triangles" for every mesh-carrying node, depth first ("?" for an unnamed node).
-std::vector<std::string> meshSummary(const MemoryNode& node) {
+/// "name:triangles" for every mesh-carrying node and "name:-" for every other leaf below the
+/// root, depth first ("?" for an unnamed node).
+std::vector<std::string> meshSummary(const MemoryNode& root) {
     std::vector<std::string> out;
     std::function<void(const MemoryNode&)> walk = [&](const MemoryNode& n) {
-        if (const auto mesh = meshOf(n)) out.push_back(n.nodeName.value_or("?") + ":" + std::to_string(mesh->indices.size() / 3));
+        if (const auto mesh = meshOf(n))
+            out.push_back(n.nodeName.value_or("?") + ":" + std::to_string(mesh->indices.size() / 3));
+        else if (n.children().empty() && &n != &root)
+            out.push_back(n.nodeName.value_or("?") + ":-");
         for (const auto& child : n.children()) walk(*child);
     };
-    walk(node);
+    walk(root);
     return out;
 }
 
@@ -148,8 +152,8 @@ TEST(ColladaLoaderFiles, EachFeatureAndFailureMode) {
 <library_controllers><controller id="morph"><morph source="#g"/></controller>
 <controller id="skin"><skin source="#morph"/></controller></library_controllers>)",
                                      R"(<node name="S"><instance_controller url="#skin"/></node>)"), {"S:2"}, {}, {}},
-        {"nesting as deep as tools go", document(geometry(triangles), nested(1000)), {}, {}, {}},
-        {"several primitives, one left out", document(geometry(triangles + "\n" + broken + "\n" + triangles), kMeshNode),
+        {"nesting as deep as tools go", document(geometry(triangles), nested(1000)), {"?:-"}, {}, {}},
+        {"several primitives, one left out", document(geometry(triangles + "\n\n" + broken + "\n" + triangles), kMeshNode),
          {"M:4"}, {{"<p>0 1 4</p>", "<triangles> left out: position index 4 past the 4 positions"}}, {}},
         // Parts left out, with a warning each.
         {"decimal comma", document(geometry(triangles, "0 0 0 1 0 0 1 1 0 0 0,5 0"), kMeshNode), {"M:0"},
@@ -170,26 +174,26 @@ TEST(ColladaLoaderFiles, EachFeatureAndFailureMode) {
                  chain += "<controller id=\"c" + std::to_string(i) + "\"><skin source=\"#c" + std::to_string(i - 1) + "\"/></controller>";
              return chain + "</library_controllers>";
          }(), R"(<node name="S"><instance_controller url="#c9"/></node>)"),
-         {}, {{"<controller id=\"c0\"", "controllers chained more than 8 deep; left out"}}, {}},
+         {"S:-"}, {{"<controller id=\"c0\"", "controllers chained more than 8 deep; left out"}}, {}},
         {"two outlines in one <ph>", document(geometry(primitive("polygons", "<ph><p>0 1 2</p>\n<p>0 2 3</p></ph>")), kMeshNode),
          {"M:0"}, {{"<p>0 2 3</p>", "<polygons> left out: a <ph> has more than one outline"}}, {}},
         {"lines", document(geometry(primitive("lines", "<p>0 1</p>")), kMeshNode), {"M:0"},
          {{"<lines", "<lines> left out: lines are not surfaces"}}, {}},
         {"geometry in another file", document(geometry(triangles), R"(<node name="M"><instance_geometry url="parts.dae#g"/></node>)"),
-         {}, {{"parts.dae", "<instance_geometry> \"parts.dae#g\" refers to another file; left out"}}, {}},
-        {"dangling reference", document(geometry(triangles), R"(<node name="M"><instance_geometry url="#nothing"/></node>)"),
-         {}, {{"#nothing", "names no <geometry> of this file"}}, {}},
+         {"M:-"}, {{"parts.dae", "<instance_geometry> \"parts.dae#g\" refers to another file; left out"}}, {}},
+        {"dangling reference beside a mesh", document(geometry(triangles), R"(<node name="M"><instance_geometry url="#g"/><instance_geometry url="#nothing"/></node>)"),
+         {"M:2"}, {{"#nothing", "names no <geometry> of this file"}}, {}},
         {"an empty reference, with an empty id about", document([&] {
              std::string g = geometry(triangles);
              return g.replace(g.find("id=\"g\""), 6, "id=\"\"");
-         }(), R"(<node name="M"><instance_geometry url="#"/></node>)"), {}, {{"url=\"#\"", "names no <geometry> of this file"}}, {}},
+         }(), R"(<node name="M"><instance_geometry url="#"/></node>)"), {"M:-"}, {{"url=\"#\"", "names no <geometry> of this file"}}, {}},
         {"a node that contains itself", document(geometry(triangles), R"(<node id="loop" name="L"><instance_node url="#loop"/></node>)"),
-         {}, {{"<instance_node", "instance_node \"#loop\" instantiates a node that contains it; left out"}}, {}},
+         {"L:-"}, {{"<instance_node", "instance_node \"#loop\" instantiates a node that contains it; left out"}}, {}},
         {"a convex hull of another mesh", document(R"(<library_geometries><geometry id="g"><convex_mesh convex_hull_of="#h"/></geometry></library_geometries>)",
-                                                  kMeshNode), {}, {{"<geometry", "geometry \"g\" is a <convex_mesh>, not a mesh; left out"}}, {}},
+                                                  kMeshNode), {"M:-"}, {{"<geometry", "geometry \"g\" is a <convex_mesh>, not a mesh; left out"}}, {}},
         {"a spline", document(R"(<library_geometries><geometry id="g"><spline/></geometry></library_geometries>)", kMeshNode),
-         {}, {{"<geometry", "geometry \"g\" is a <spline>, not a mesh; left out"}}, {}},
-        {"unreadable transform", document(geometry(triangles), R"(<node name="T"><translate>1 2</translate></node>)"), {},
+         {"M:-"}, {{"<geometry", "geometry \"g\" is a <spline>, not a mesh; left out"}}, {}},
+        {"unreadable transform", document(geometry(triangles), R"(<node name="T"><translate>1 2</translate></node>)"), {"T:-"},
          {{"<translate", "<translate> of node \"T\" left out: 3 numbers expected, 2 found"}}, {}},
         {"a count the list does not hold", document(geometry(primitive("triangles", "<p>0 1 2</p>", "2")), kMeshNode), {"M:1"},
          {{"<triangles", "<triangles> count=\"2\" but <p> holds 1 triangles; 1 read"}}, {}},

@@ -462,6 +462,15 @@ TEST(ColladaLoader, SkinsMoveByTheBindShapeAndKeepNormalsUpright) {
             EXPECT_GT(dot(n, direction(1, 2, 3)), 0.0) << sign;
         }
     }
+    // A bind shape that flattens x crushes the normal (0, 0, 1) to nothing: it keeps its direction.
+    std::string flattened = quadDocument("0 0 0 1 0 1 2 0 2 0 0 0 2 0 2 3 0 3", R"(count="4" stride="3")", "-0.5 -0.5 0 0.5 -0.5 0 0.5 0.5 0 -0.5 0.5 0",
+                                         R"(<node name="S"><instance_controller url="#skin"/></node>)");
+    flattened.insert(flattened.find("<library_visual_scenes>"),
+                     "<library_controllers><controller id=\"skin\"><skin source=\"#quad\"><bind_shape_matrix>"
+                     "0 0 0 0 0 1 0 0 0 0 1 0 0 0 0 1</bind_shape_matrix></skin></controller></library_controllers>");
+    const auto scene = loadColladaBytes(flattened, "/");
+    ASSERT_NE(scene, nullptr);
+    for (const SCNVector3& n : meshOf(scene->root()->children().at(0))->normals) EXPECT_EQ(n, (SCNVector3{0, 0, 1}));
 }
 
 // --- Broken and hostile input ---------------------------------------------------

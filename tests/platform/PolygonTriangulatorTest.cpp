@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <vector>
 
 namespace orrery::memory {
 namespace {
@@ -50,6 +51,26 @@ TEST(PolygonTriangulator, ConcaveOutlinesInEveryPlaneAreCoveredOnceFacingTheirNo
                 area += facing;
             }
             EXPECT_DOUBLE_EQ(area, 3.0 / 16) << "axis " << axis << " facing " << facingSign;
+        }
+}
+
+TEST(PolygonTriangulator, ConvexityLooksAtEveryCornerWhicheverComesFirst) {
+    struct Case {
+        const char* name;
+        std::vector<PolygonTriangulator::Point> outline;
+        bool convex;
+    };
+    const Case cases[] = {
+        {"square with a corner on an edge", {{0, 0, 0}, {1, 0, 0}, {2, 0, 0}, {2, 2, 0}, {0, 2, 0}}, true},
+        {"L", {{2, 1, 0}, {1, 1, 0}, {1, 2, 0}, {0, 2, 0}, {0, 0, 0}, {2, 0, 0}}, false},
+    };
+    for (const Case& c : cases)
+        for (std::size_t first = 0; first < c.outline.size(); ++first) {
+            auto outline = c.outline;
+            std::rotate(outline.begin(), outline.begin() + static_cast<std::ptrdiff_t>(first), outline.end());
+            EXPECT_EQ(PolygonTriangulator::isConvex(outline), c.convex) << c.name << " from corner " << first;
+            std::reverse(outline.begin(), outline.end());
+            EXPECT_EQ(PolygonTriangulator::isConvex(outline), c.convex) << c.name << " from corner " << first << ", reversed";
         }
 }
 
