@@ -76,7 +76,7 @@ void symmetricEigen(Matrix3d& s, Matrix3d& v) {
             for (int q = p + 1; q < 3; ++q) {
                 if (s[p][q] == 0) continue;
                 const double theta = (s[q][q] - s[p][p]) / (2 * s[p][q]);
-                const double t = (theta >= 0 ? 1 : -1) / (std::abs(theta) + std::sqrt(theta * theta + 1));
+                const double t = std::copysign(1.0, theta) / (std::abs(theta) + std::sqrt(theta * theta + 1));
                 const double c = 1 / std::sqrt(t * t + 1), sn = t * c;
                 for (int k = 0; k < 3; ++k) {  // s = J^T s J, v = v J
                     const double kp = s[k][p], kq = s[k][q];
