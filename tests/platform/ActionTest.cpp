@@ -132,6 +132,14 @@ TEST(MemoryActions, RepeatCountsAndZeroDurations) {
         EXPECT_TRUE(moved->actions().empty()) << nonsense;
     }
 
+    // No repeat at all does nothing, even of an endless spin.
+    auto still = MemoryNode::make();
+    const auto endless = SCNAction::repeatActionForever(SCNAction::moveByDuration({1, 0, 0}, 1));
+    still->runActionForKey(SCNAction::repeatActionCount(endless, 0), "none");
+    still->advanceActions(1);
+    EXPECT_EQ(still->nodePosition().x, 0.0f);
+    EXPECT_TRUE(still->actions().empty());
+
     // An endless repeat of an instant action applies once per advance, never in a loop.
     node->runActionForKey(SCNAction::repeatActionForever(SCNAction::moveByDuration({0, 1, 0}, 0)), "step");
     EXPECT_NEAR(node->nodePosition().y, 1.0, 1e-6);
