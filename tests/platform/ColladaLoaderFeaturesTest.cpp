@@ -193,8 +193,12 @@ TEST(ColladaLoaderFiles, EachFeatureAndFailureMode) {
                                                   kMeshNode), {"M:-"}, {{"<geometry", "geometry \"g\" is a <convex_mesh>, not a mesh; left out"}}, {}},
         {"a spline", document(R"(<library_geometries><geometry id="g"><spline/></geometry></library_geometries>)", kMeshNode),
          {"M:-"}, {{"<geometry", "geometry \"g\" is a <spline>, not a mesh; left out"}}, {}},
-        {"unreadable transform", document(geometry(triangles), R"(<node name="T"><translate>1 2</translate></node>)"), {"T:-"},
-         {{"<translate", "<translate> of node \"T\" left out: 3 numbers expected, 2 found"}}, {}},
+        {"unreadable transforms of nodes named, with an id only and unnamed",
+         document(geometry(triangles), R"(<node name="T"><translate>1 2</translate></node><node id="U"><rotate>1</rotate></node>
+<node><scale>1</scale></node>)"), {"T:-", "U:-", "?:-"},
+         {{"<translate", "<translate> of node \"T\" left out: 3 numbers expected, 2 found"},
+          {"<rotate", "<rotate> of node \"U\" left out: 4 numbers expected, 1 found"},
+          {"<scale", "<scale> of an unnamed node left out: 3 numbers expected, 1 found"}}, {}},
         {"a count the list does not hold", document(geometry(primitive("triangles", "<p>0 1 2</p>", "2")), kMeshNode), {"M:1"},
          {{"<triangles", "<triangles> count=\"2\" but <p> holds 1 triangles; 1 read"}}, {}},
         {"normals from a source read as texture coordinates", document(geometry(R"(<source id="n"><float_array id="n-a" count="8">0 1 0 1 0 1 0 1</float_array><technique_common><accessor source="#n-a" count="4" stride="2"/></technique_common></source>
