@@ -72,28 +72,27 @@ void symmetricEigen(Matrix3d& s, Matrix3d& v) {
         const double off = s[0][1] * s[0][1] + s[0][2] * s[0][2] + s[1][2] * s[1][2];
         const double diagonal = s[0][0] * s[0][0] + s[1][1] * s[1][1] + s[2][2] * s[2][2];
         if (off <= 1e-30 * diagonal || off == 0) return;
-        for (int p = 0; p < 2; ++p)
-            for (int q = p + 1; q < 3; ++q) {
-                if (s[p][q] == 0) continue;
-                const double theta = (s[q][q] - s[p][p]) / (2 * s[p][q]);
-                const double t = std::copysign(1.0, theta) / (std::abs(theta) + std::sqrt(theta * theta + 1));
-                const double c = 1 / std::sqrt(t * t + 1), sn = t * c;
-                for (int k = 0; k < 3; ++k) {  // s = J^T s J, v = v J
-                    const double kp = s[k][p], kq = s[k][q];
-                    s[k][p] = c * kp - sn * kq;
-                    s[k][q] = sn * kp + c * kq;
-                }
-                for (int k = 0; k < 3; ++k) {
-                    const double pk = s[p][k], qk = s[q][k];
-                    s[p][k] = c * pk - sn * qk;
-                    s[q][k] = sn * pk + c * qk;
-                }
-                for (int k = 0; k < 3; ++k) {
-                    const double kp = v[k][p], kq = v[k][q];
-                    v[k][p] = c * kp - sn * kq;
-                    v[k][q] = sn * kp + c * kq;
-                }
+        for (const auto& [p, q] : {std::pair{0, 1}, std::pair{0, 2}, std::pair{1, 2}}) {
+            if (s[p][q] == 0) continue;
+            const double theta = (s[q][q] - s[p][p]) / (2 * s[p][q]);
+            const double t = std::copysign(1.0, theta) / (std::abs(theta) + std::sqrt(theta * theta + 1));
+            const double c = 1 / std::sqrt(t * t + 1), sn = t * c;
+            for (int k = 0; k < 3; ++k) {  // s = J^T s J, v = v J
+                const double kp = s[k][p], kq = s[k][q];
+                s[k][p] = c * kp - sn * kq;
+                s[k][q] = sn * kp + c * kq;
             }
+            for (int k = 0; k < 3; ++k) {
+                const double pk = s[p][k], qk = s[q][k];
+                s[p][k] = c * pk - sn * qk;
+                s[q][k] = sn * pk + c * qk;
+            }
+            for (int k = 0; k < 3; ++k) {
+                const double kp = v[k][p], kq = v[k][q];
+                v[k][p] = c * kp - sn * kq;
+                v[k][q] = sn * kp + c * kq;
+            }
+        }
     }
 }
 

@@ -139,6 +139,9 @@ TEST(ColladaLoaderFiles, EachFeatureAndFailureMode) {
          {{"<asset>", "up axis \"W_UP\" is none of X_UP, Y_UP, Z_UP; taken as Y_UP"}}, {}},
         {"2-D positions", document(geometry(triangles, "0 0 1 0 1 1 0 1", R"(<param name="X" type="float"/><param name="Y" type="float"/>)", 2),
                                    kMeshNode), {"M:2"}, {}, {}},
+        {"homogeneous positions: the first three of four", document(geometry(triangles, "0 0 0 1 1 0 0 1 1 1 0 1 0 1 0 1",
+             R"(<param name="X" type="float"/><param name="Y" type="float"/><param name="Z" type="float"/><param name="W" type="float"/>)", 4),
+             kMeshNode), {"M:2"}, {}, {}},
         {"1-D positions", document(geometry(triangles, "0 1 1 0", R"(<param name="X" type="float"/>)", 1), kMeshNode), {"M:2"}, {}, {}},
         {"empty mesh", document(R"(<library_geometries><geometry id="g"><mesh>
 <source id="pos"><float_array id="pos-a" count="0"></float_array><technique_common><accessor source="#pos-a" count="0" stride="0"/></technique_common></source>
