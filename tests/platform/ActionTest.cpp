@@ -132,6 +132,14 @@ TEST(MemoryActions, RepeatCountsAndZeroDurations) {
         EXPECT_TRUE(moved->actions().empty()) << nonsense;
     }
 
+    // A factor of no size or sign applies whole at the end of its run, never in fractional powers.
+    auto flipped = MemoryNode::make();
+    flipped->runActionForKey(SCNAction::scaleByDuration(-2, 1), std::nullopt);
+    flipped->advanceActions(0.5);
+    EXPECT_EQ(flipped->nodeScale().y, 1.0f);
+    flipped->advanceActions(0.5);
+    EXPECT_EQ(flipped->nodeScale().y, -2.0f);
+
     // No repeat at all does nothing, even of an endless spin.
     auto still = MemoryNode::make();
     const auto endless = SCNAction::repeatActionForever(SCNAction::moveByDuration({1, 0, 0}, 1));

@@ -202,6 +202,8 @@ TEST(ColladaLoaderFiles, EachFeatureAndFailureMode) {
          {{"<translate", "<translate> of node \"T\" left out: 3 numbers expected, 2 found"},
           {"<rotate", "<rotate> of node \"U\" left out: 4 numbers expected, 1 found"},
           {"<scale", "<scale> of an unnamed node left out: 3 numbers expected, 1 found"}}, {}},
+        {"a projective transform", document(geometry(triangles), R"(<node name="P"><matrix>1 0 0 0 0 1 0 0 0 0 1 0 0 0 1 1</matrix></node>)"),
+         {"P:-"}, {{"<node name=\"P\"", "the projective part of the transform of node \"P\" is left out"}}, {}},
         {"a count the list does not hold", document(geometry(primitive("triangles", "<p>0 1 2</p>", "2")), kMeshNode), {"M:1"},
          {{"<triangles", "<triangles> count=\"2\" but <p> holds 1 triangles; 1 read"}}, {}},
         {"normals from a source read as texture coordinates", document(geometry(R"(<source id="n"><float_array id="n-a" count="8">0 1 0 1 0 1 0 1</float_array><technique_common><accessor source="#n-a" count="4" stride="2"/></technique_common></source>

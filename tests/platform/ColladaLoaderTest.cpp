@@ -478,6 +478,12 @@ TEST(ColladaLoader, SkinsMoveByTheBindShapeAndKeepNormalsUpright) {
 TEST(ColladaLoader, RejectsFilesThatAreNotModels) {
     EXPECT_EQ(loadColladaFile(kSource / "art.scnassets/NoSuchModel.dae"), nullptr);
     EXPECT_EQ(loadColladaFile(kSource / "art.scnassets"), nullptr) << "a folder";
+    const orrery::testing::TempDir dir;
+    std::ofstream(dir.path / "one.dae") << "<";  // read whole in one call of one byte
+    ModelReport oneByte;
+    EXPECT_EQ(loadColladaFile(dir.path / "one.dae", nullptr, &oneByte), nullptr);
+    ASSERT_TRUE(oneByte.error.has_value());
+    EXPECT_TRUE(oneByte.error->message.starts_with("not well-formed XML")) << oneByte.error->message;
     EXPECT_EQ(loadColladaBytes("", "/"), nullptr);
 
     const std::string sun = readFile(kSource / "art.scnassets/Sun/Sun.dae");
