@@ -330,8 +330,9 @@ TEST(ColladaLoaderFiles, TransformsAxesAndUnits) {
         {"X up", "<up_axis>X_UP</up_axis>", "", {1, 2, 3}, {-2, 1, 3}},
         {"centimetres", R"(<unit name="centimeter" meter="0.01"/>)", "<translate>100 0 0</translate>", {0, 100, 0}, {1, 1, 0}},
         {"look at", "", "<lookat>1 0 0  2 0 0  0 1 0</lookat>", {0, 0, -1}, {2, 0, 0}},
-        // Side (-1, 0, 1) / sqrt 2, up (-1, 2, -1) / sqrt 6 and forward (1, 1, 1) / sqrt 3, all at once.
-        {"look at obliquely", "", "<lookat>0 0 0  1 1 1  0 1 0</lookat>", {1, 1, -1}, {-0.538005f, 1.393847f, 0.876209f}},
+        // Side (-1, 0, 1) / sqrt 2, up (-1, 2, -1) / sqrt 6 and forward (1, 1, 1) / sqrt 3, all at once,
+        // from an eye at (1, 2, 3).
+        {"look at obliquely", "", "<lookat>1 2 3  2 3 4  0 1 0</lookat>", {1, 1, -1}, {0.461995f, 3.393847f, 3.876209f}},
         {"skew", "", "<skew>45 0 1 0 1 0 0</skew>", {0, 2, 0}, {2, 2, 0}},
         {"skew after a turn", "", "<rotate>0 0 1 90</rotate><skew>45 0 1 0 1 0 0</skew>", {0, 2, 0}, {-2, 2, 0}},
         {"mirror", "", "<scale>-1 1 1</scale>", {1, 2, 3}, {-1, 2, 3}},
