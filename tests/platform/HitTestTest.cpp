@@ -246,3 +246,12 @@ TEST(SimulatedRoom, IsTheRoomTheGuideDescribes) {
     EXPECT_EQ(built, described);
     EXPECT_EQ(described.size(), 4u);
 }
+
+TEST(SimulatedRoom, SurfacesIncludeTheirEdges) {
+    const SimulatedRoom room{{{0, -1, 1, -1, 1}}};
+    // Straight down onto each edge of the square: on it counts, a little beyond does not.
+    for (const auto& [x, z] : {std::pair{-1.0f, 0.0f}, {1.0f, 0.0f}, {0.0f, -1.0f}, {0.0f, 1.0f}}) {
+        EXPECT_EQ(room.intersect({x, 1, z}, {0, -1, 0}).size(), 1u) << x << ", " << z;
+        EXPECT_TRUE(room.intersect({x * 1.01f, 1, z * 1.01f}, {0, -1, 0}).empty()) << x << ", " << z;
+    }
+}
