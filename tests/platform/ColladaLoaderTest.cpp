@@ -419,6 +419,15 @@ TEST(ColladaLoader, TriangulatesPolylistsAndReadsColours) {
               (UIColor{0, 1, 0, 1}));
 }
 
+/// The quad with `positions`, shown through a skin whose bind-shape matrix is `bindShape` (16 numbers).
+std::string skinnedQuad(const std::string& positions, const std::string& bindShape) {
+    std::string document = quadDocument("0 0 0 1 0 1 2 0 2 0 0 0 2 0 2 3 0 3", R"(count="4" stride="3")", positions,
+                                        R"(<node name="S"><instance_controller url="#skin"/></node>)");
+    return document.insert(document.find("<library_visual_scenes>"),
+                           "<library_controllers><controller id=\"skin\"><skin source=\"#quad\"><bind_shape_matrix>" +
+                               bindShape + "</bind_shape_matrix></skin></controller></library_controllers>");
+}
+
 TEST(ColladaLoader, SkinsMoveByTheBindShapeAndKeepNormalsUpright) {
     // A general bind shape, once mirroring (first row negated) and once shrinking: points move by
     // it, and the normal (1, 2, 3) stays at right angles to the moved surface, facing the same way.
@@ -427,13 +436,8 @@ TEST(ColladaLoader, SkinsMoveByTheBindShapeAndKeepNormalsUpright) {
         std::string matrix;
         for (const auto& row : m)
             for (const double x : row) matrix += std::to_string(x) + " ";
-        std::string document = quadDocument("0 0 0 1 0 1 2 0 2 0 0 0 2 0 2 3 0 3", R"(count="4" stride="3")",
-                                            "-0.5 -0.5 0.25 0.5 -0.5 0 0.5 0.5 0 -0.5 0.5 0",
-                                            R"(<node name="S"><instance_controller url="#skin"/></node>)");
+        std::string document = skinnedQuad("-0.5 -0.5 0.25 0.5 -0.5 0 0.5 0.5 0 -0.5 0.5 0", matrix + "0 0 0 1");
         document.replace(document.find(">0 0 1<"), 7, ">1 2 3<");
-        document.insert(document.find("<library_visual_scenes>"),
-                        "<library_controllers><controller id=\"skin\"><skin source=\"#quad\"><bind_shape_matrix>" + matrix +
-                            "0 0 0 1</bind_shape_matrix></skin></controller></library_controllers>");
         const auto scene = loadColladaBytes(document, "/");
         ASSERT_NE(scene, nullptr);
         const auto mesh = meshOf(scene->root()->children().at(0));
@@ -463,12 +467,8 @@ TEST(ColladaLoader, SkinsMoveByTheBindShapeAndKeepNormalsUpright) {
         }
     }
     // A bind shape that flattens x crushes the normal (0, 0, 1) to nothing: it keeps its direction.
-    std::string flattened = quadDocument("0 0 0 1 0 1 2 0 2 0 0 0 2 0 2 3 0 3", R"(count="4" stride="3")", "-0.5 -0.5 0 0.5 -0.5 0 0.5 0.5 0 -0.5 0.5 0",
-                                         R"(<node name="S"><instance_controller url="#skin"/></node>)");
-    flattened.insert(flattened.find("<library_visual_scenes>"),
-                     "<library_controllers><controller id=\"skin\"><skin source=\"#quad\"><bind_shape_matrix>"
-                     "0 0 0 0 0 1 0 0 0 0 1 0 0 0 0 1</bind_shape_matrix></skin></controller></library_controllers>");
-    const auto scene = loadColladaBytes(flattened, "/");
+    const auto scene = loadColladaBytes(
+        skinnedQuad("-0.5 -0.5 0 0.5 -0.5 0 0.5 0.5 0 -0.5 0.5 0", "0 0 0 0 0 1 0 0 0 0 1 0 0 0 0 1"), "/");
     ASSERT_NE(scene, nullptr);
     for (const SCNVector3& n : meshOf(scene->root()->children().at(0))->normals) EXPECT_EQ(n, (SCNVector3{0, 0, 1}));
 }
