@@ -325,11 +325,6 @@ void MemoryNode::appendChild(const std::shared_ptr<MemoryNode>& child) {
     // The child's own index ends here: its nodes join this tree's.
     const bool animatedInside = child->index_ && !child->index_->animated().empty();
     child->index_.reset();
-    if (nextSiblingOrder_ == std::numeric_limits<std::uint32_t>::max()) {
-        // Numbers run out only after four billion attachments here: number the children afresh.
-        nextSiblingOrder_ = 0;
-        for (const auto& sibling : children_) sibling->siblingOrder_ = nextSiblingOrder_++;
-    }
     child->parent_ = weak_from_this();
     child->siblingOrder_ = nextSiblingOrder_++;
     children_.push_back(child);

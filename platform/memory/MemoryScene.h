@@ -168,7 +168,8 @@ public:
     std::shared_ptr<MemoryNode> parent() const { return parent_.lock(); }
     /// Where the node stands among its parent's children: a later child has a greater number.
     /// Lets two nodes be put in walk order without searching the children of their common ancestor.
-    std::uint32_t siblingOrder() const { return siblingOrder_; }
+    /// 64 bits never run out: a billion attachments a second would take centuries.
+    std::uint64_t siblingOrder() const { return siblingOrder_; }
     const std::vector<std::shared_ptr<MemoryNode>>& children() const { return children_; }
     const std::vector<RunningAction>& actions() const;
     /// Attaches `child` without recording (model loading).
@@ -253,7 +254,7 @@ private:
     // Bookkeeping of the tree's index (see SceneIndex).
     std::unique_ptr<SceneIndex> index_;  ///< kept by a topmost node only
     std::int32_t boxEntry_ = -1, looseSlot_ = -1, animatedSlot_ = -1;
-    std::uint32_t siblingOrder_ = 0, nextSiblingOrder_ = 0;
+    std::uint64_t siblingOrder_ = 0, nextSiblingOrder_ = 0;
     bool queued_ = false;
     mutable bool worldValid_ = false;  ///< with `world_`; kept here, where it takes no padding
 };

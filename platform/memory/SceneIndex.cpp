@@ -270,41 +270,12 @@ void BoxTree::raycast(const std::array<double, 3>& origin, const std::array<doub
     }
 }
 
-std::size_t BoxTree::depth() const {
-    std::size_t deepest = 0;
-    std::vector<std::pair<Id, std::size_t>> pending;
-    if (root_ != none) pending.emplace_back(root_, 1);
-    while (!pending.empty()) {
-        const auto [id, level] = pending.back();
-        pending.pop_back();
-        deepest = std::max(deepest, level);
-        const Entry& node = entries_[static_cast<std::size_t>(id)];
-        if (node.height == 0) continue;
-        pending.emplace_back(node.left, level + 1);
-        pending.emplace_back(node.right, level + 1);
-    }
-    return deepest;
-}
+std::size_t BoxTree::depth() const { return depthBelow(root_); }
 
-bool BoxTree::consistent() const {
-    if (root_ == none) return true;
-    if (entries_[static_cast<std::size_t>(root_)].parent != none) return false;
-    std::vector<Id> pending{root_};
-    while (!pending.empty()) {
-        const Id id = pending.back();
-        pending.pop_back();
-        const Entry& node = entries_[static_cast<std::size_t>(id)];
-        if (node.height == 0) continue;
-        const Entry& left = entries_[static_cast<std::size_t>(node.left)];
-        const Entry& right = entries_[static_cast<std::size_t>(node.right)];
-        const WorldBox both = left.box.merged(right.box);
-        if (left.parent != id || right.parent != id || node.height != 1 + std::max(left.height, right.height) ||
-            node.box.lo != both.lo || node.box.hi != both.hi)
-            return false;
-        pending.push_back(node.left);
-        pending.push_back(node.right);
-    }
-    return true;
+std::size_t BoxTree::depthBelow(Id id) const {
+    if (id == none) return 0;
+    const Entry& entry = entries_[static_cast<std::size_t>(id)];
+    return 1 + (entry.height == 0 ? 0 : std::max(depthBelow(entry.left), depthBelow(entry.right)));
 }
 
 // ---------------------------------------------------------------- scene index

@@ -47,9 +47,6 @@ public:
     /// Entries on the longest path from the root to a leaf (0 for an empty tree), found by
     /// walking the tree: what rotations keep near the logarithm of the number of leaves.
     std::size_t depth() const;
-    /// Whether every entry below the root agrees with its children: their parent link, a
-    /// height one above the taller child's, and the box that holds both exactly.
-    bool consistent() const;
     /// Calls `visit(owner)` for every leaf.
     template <class Visit>
     void forEachLeaf(Visit&& visit) const {
@@ -81,6 +78,8 @@ private:
     /// place, whose box and height the caller then sets.
     Id balance(Id id);
     void replaceChild(Id parent, Id from, Id to);
+    /// Entries on the longest path from `id` down to a leaf; 0 for none.
+    std::size_t depthBelow(Id id) const;
 
     std::vector<Entry> entries_;
     Id root_ = none;

@@ -110,8 +110,23 @@ TEST(ColladaLoaderFiles, EachFeatureAndFailureMode) {
                     "\"/><instance_node url=\"#n" + std::to_string(i - 1) + "\"/></node>";
     doubling += "</library_nodes>";
 
+    // Texture coordinates take two components and make do with one: a source of three whose
+    // last third component is missing, or of one, is read without a warning, per vertex or per corner.
+    const auto texcoords = [&](bool perVertex, bool single) {
+        const std::string source = single
+            ? R"(<source id="t"><float_array id="t-a" count="4">0 1 1 0</float_array><technique_common><accessor source="#t-a" count="4" stride="1"><param name="S" type="float"/></accessor></technique_common></source>
+)"
+            : R"(<source id="t"><float_array id="t-a" count="11">0 0 9 1 0 9 1 1 9 0 1</float_array><technique_common><accessor source="#t-a" count="4" stride="3"><param name="S" type="float"/><param name="T" type="float"/><param name="P" type="float"/></accessor></technique_common></source>
+)";
+        std::string d = document(geometry(source + (perVertex ? triangles : primitive("triangles", R"(<input semantic="TEXCOORD" source="#t" offset="0"/><p>0 1 2 0 2 3</p>)", "2"))), kMeshNode);
+        if (perVertex) d.replace(d.find("</vertices>"), 0, R"(<input semantic="TEXCOORD" source="#t"/>)");
+        return Case{perVertex ? (single ? "one texture coordinate per vertex" : "three texture coordinates per vertex, short")
+                              : (single ? "one texture coordinate per corner" : "three texture coordinates per corner, short"),
+                    d, {"M:2"}, {}, {}};
+    };
     const std::vector<Case> cases{
         // Features.
+        texcoords(true, true), texcoords(true, false), texcoords(false, true), texcoords(false, false),
         {"the visual scene the <scene> names, not the first", document(
              R"(<library_visual_scenes><visual_scene id="other"><node name="O"/></visual_scene></library_visual_scenes>)" +
                  geometry(triangles), kMeshNode), {"M:2"}, {}, {}},
@@ -218,6 +233,8 @@ TEST(ColladaLoaderFiles, EachFeatureAndFailureMode) {
          {"M:1"}, {{"source=\"#gone\"", "normals of <triangles> left out: it names no source \"gone\""}}, {}},
         {"a strip with an index past the end", document(geometry(primitive("tristrips", "<p>0 1 2 7</p>")), kMeshNode), {"M:0"},
          {{"<p>0 1 2 7</p>", "<tristrips> left out: position index 7 past the 4 positions"}}, {}},
+        {"polygons that run past the index list", document(geometry(primitive("polylist", "<vcount>3 3</vcount><p>0 1 2 0 2</p>", "2")), kMeshNode), {"M:0"},
+         {{"<vcount>3 3", "<polylist> left out: <vcount> lists more corners than <p> holds (5)"}}, {}},
         // Refused files.
         {"not XML", "<COLLADA>\n<asset>\n</COLLADA>", {}, {}, Expected{"</COLLADA>", "not well-formed XML: Start-end tags mismatch"}},
         {"not COLLADA", "<?xml version=\"1.0\"?>\n<svg/>", {}, {}, Expected{"<svg", "not a COLLADA document: its root element is <svg>"}},

@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <numbers>
 #include <random>
 
@@ -204,23 +206,42 @@ TEST(SceneIndex, LeavesKeepTheirLooseBoxWhileTheyMoveInsideIt) {
 
 TEST(SceneIndex, TheBoxTreeStaysShallowWhateverTheOrderOfChanges) {
     // Boxes along a line, added in order, would make a list of an unbalanced tree; then random
-    // moves far away and back, and removals.
+    // moves far away and back, and removals. After each phase every leaf must still be found
+    // by a ray across its box, and the tree must be as deep as a binary tree of its leaves must
+    // be, and no deeper than an AVL tree may be (1.44 log2(n + 2)).
     BoxTree tree;
-    const auto owner = MemoryNode::make(nullptr);
+    std::vector<std::shared_ptr<MemoryNode>> owners;
     std::vector<BoxTree::Id> leaves;
+    std::vector<float> placedAt;
     const auto unitAt = [](float x) { return WorldBox{{{x, 0, 0}}, {{x + 1, 1, 1}}}; };
-    // An AVL tree of n leaves is at most 1.44 log2(n + 2) deep.
-    const auto shallow = [&](std::size_t leafCount) {
-        return tree.consistent() && tree.depth() <= std::size_t(1.44 * std::log2(double(leafCount) + 2)) + 1;
+    const auto check = [&](std::size_t from, const char* phase) {
+        SCOPED_TRACE(phase);
+        const double leafCount = double(leaves.size() - from);
+        EXPECT_GE(tree.depth(), std::size_t(std::ceil(std::log2(leafCount))) + 1);
+        EXPECT_LE(tree.depth(), std::size_t(1.44 * std::log2(leafCount + 2)) + 1);
+        std::size_t lost = 0;
+        for (std::size_t i = from; i < leaves.size(); ++i) {
+            std::vector<MemoryNode*> met;
+            tree.raycast({placedAt[i] + 0.5, -5, 0.5}, {0, 1, 0}, met);
+            lost += std::count(met.begin(), met.end(), owners[i].get()) != 1;
+        }
+        EXPECT_EQ(lost, 0u);
     };
-    for (int i = 0; i < 1000; ++i) leaves.push_back(tree.insert(unitAt(2.0f * float(i)), owner.get()));
-    EXPECT_TRUE(shallow(1000)) << tree.depth();
+    for (int i = 0; i < 1000; ++i) {
+        owners.push_back(MemoryNode::make(nullptr));
+        placedAt.push_back(2.0f * float(i));
+        leaves.push_back(tree.insert(unitAt(placedAt.back()), owners.back().get()));
+    }
+    check(0, "added in order");
     std::mt19937 random(7);
-    for (int i = 0; i < 2000; ++i)
-        tree.move(leaves[random() % leaves.size()], unitAt(float(random() % 100000) - 50000.0f));
-    EXPECT_TRUE(shallow(1000)) << tree.depth();
+    for (int i = 0; i < 2000; ++i) {
+        const std::size_t k = random() % leaves.size();
+        placedAt[k] = float(random() % 100000) - 50000.0f;
+        tree.move(leaves[k], unitAt(placedAt[k]));
+    }
+    check(0, "moved at random");
     for (std::size_t i = 0; i < 900; ++i) tree.remove(leaves[i]);
-    EXPECT_TRUE(shallow(100)) << tree.depth();
+    check(900, "mostly removed");
     std::size_t left = 0;
     tree.forEachLeaf([&](MemoryNode&) { ++left; });
     EXPECT_EQ(left, 100u);
