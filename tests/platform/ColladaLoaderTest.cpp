@@ -466,11 +466,14 @@ TEST(ColladaLoader, SkinsMoveByTheBindShapeAndKeepNormalsUpright) {
             EXPECT_GT(dot(n, direction(1, 2, 3)), 0.0) << sign;
         }
     }
-    // A bind shape that flattens x crushes the normal (0, 0, 1) to nothing: it keeps its direction.
+    // A bind shape that flattens x (its one change in the first column) puts every point on
+    // x = 0 and crushes the normal (0, 0, 1) to nothing: it keeps its direction.
     const auto scene = loadColladaBytes(
         skinnedQuad("-0.5 -0.5 0 0.5 -0.5 0 0.5 0.5 0 -0.5 0.5 0", "0 0 0 0 0 1 0 0 0 0 1 0 0 0 0 1"), "/");
     ASSERT_NE(scene, nullptr);
-    for (const SCNVector3& n : meshOf(scene->root()->children().at(0))->normals) EXPECT_EQ(n, (SCNVector3{0, 0, 1}));
+    const auto flat = meshOf(scene->root()->children().at(0));
+    for (const SCNVector3& p : flat->positions) EXPECT_EQ(p.x, 0.0f);
+    for (const SCNVector3& n : flat->normals) EXPECT_EQ(n, (SCNVector3{0, 0, 1}));
 }
 
 // --- Broken and hostile input ---------------------------------------------------
