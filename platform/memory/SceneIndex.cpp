@@ -112,7 +112,6 @@ BoxTree::Id BoxTree::allocate() {
 void BoxTree::release(Id id) {
     Entry& entry = entries_[static_cast<std::size_t>(id)];
     entry = Entry{};
-    entry.height = -1;
     entry.parent = free_;
     free_ = id;
 }

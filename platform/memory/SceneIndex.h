@@ -51,14 +51,14 @@ public:
     template <class Visit>
     void forEachLeaf(Visit&& visit) const {
         for (const auto& entry : entries_)
-            if (entry.height == 0 && entry.owner) visit(*entry.owner);
+            if (entry.owner) visit(*entry.owner);  // leaves only: free and inner entries have none
     }
 
 private:
     struct Entry {
         WorldBox box;
         Id parent = none, left = none, right = none;
-        std::int32_t height = 0;       ///< 0 for a leaf; -1 for a free entry
+        std::int32_t height = 0;       ///< 0 for a leaf
         MemoryNode* owner = nullptr;   ///< leaves only
     };
 
