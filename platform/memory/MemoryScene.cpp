@@ -505,6 +505,10 @@ void MemoryNode::advanceActions(double seconds) {
     syncAnimated();
 }
 
+std::vector<MemoryNode*> MemoryNode::nodesWithRunningActions() const {
+    return index_ ? index_->animated() : std::vector<MemoryNode*>{};
+}
+
 void MemoryNode::advanceSubtree(double seconds) {
     if (parent_.expired()) {
         if (!index_) return;

@@ -193,6 +193,9 @@ public:
     /// Runs advanceActions on this node and every descendant: for a topmost node, on the nodes
     /// its index lists as having running actions, without walking the tree.
     void advanceSubtree(double seconds);
+    /// For a topmost node, the nodes that advanceSubtree visits: those of its tree with running
+    /// actions, in no order. Empty for a node with a parent.
+    std::vector<MemoryNode*> nodesWithRunningActions() const;
 
     /// Appends the geometry-carrying nodes of this subtree that the ray origin + t * direction
     /// (t >= 0) may meet, a superset of those it meets: a topmost node asks its index, which

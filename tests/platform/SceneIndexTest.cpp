@@ -269,10 +269,18 @@ TEST(SceneIndex, FramesRunTheActionsOfTheSceneAlone) {
         orphan->runActionForKey(spin(), "a");
     }
 
+    // What frames visit: exactly the nodes of the scene with running actions.
+    const auto visited = [&](std::vector<MemoryNode*> expected) {
+        auto listed = root->nodesWithRunningActions();
+        std::sort(listed.begin(), listed.end());
+        std::sort(expected.begin(), expected.end());
+        return listed == expected;
+    };
     platform.runFrame(1);
     EXPECT_EQ(inScene->nodePosition().x, 1.0f);
     EXPECT_EQ(child->nodePosition().x, 0.0f);
     EXPECT_EQ(leaving->nodePosition().x, 1.0f);
+    EXPECT_TRUE(visited({inScene.get(), leaving.get()}));
 
     root->appendChild(group);
     leaving->detach();
@@ -280,6 +288,7 @@ TEST(SceneIndex, FramesRunTheActionsOfTheSceneAlone) {
     EXPECT_EQ(inScene->nodePosition().x, 2.0f);
     EXPECT_EQ(child->nodePosition().x, 1.0f);
     EXPECT_EQ(leaving->nodePosition().x, 1.0f);
+    EXPECT_TRUE(visited({inScene.get(), child.get()}));
 
     // Back in the scene, the left node and the orphan run on; a node whose actions
     // all ended or were removed stays put.
@@ -291,6 +300,8 @@ TEST(SceneIndex, FramesRunTheActionsOfTheSceneAlone) {
     EXPECT_EQ(child->nodePosition().x, 2.0f);
     EXPECT_EQ(leaving->nodePosition().x, 2.0f);
     EXPECT_EQ(orphan->nodePosition().x, 1.0f);
+    EXPECT_TRUE(visited({child.get(), leaving.get(), orphan.get()}));
+    EXPECT_TRUE(child->nodesWithRunningActions().empty()) << "not topmost";
 }
 
 TEST(SceneIndex, WorldTransformsFollowEveryChange) {
