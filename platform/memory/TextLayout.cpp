@@ -65,8 +65,7 @@ using Point = std::array<double, 2>;
 /// Collects a glyph's outline as flattened contours, in text units, shifted to the pen position.
 struct OutlineWalk {
     double scale = 1, penX = 0, penY = 0;
-    std::vector<TextContour>* contours = nullptr;
-    Point last{};
+    std::vector<TextContour>* contours = nullptr;  ///< the last point of the last one is the pen's
 
     Point place(const FT_Vector* v) const { return {penX + scale * double(v->x), penY + scale * double(v->y)}; }
 
@@ -83,7 +82,6 @@ struct OutlineWalk {
         for (std::size_t i = 1; i + 1 < c.size(); ++i) worst = std::max(worst, distanceToChord(c[i], c.front(), c.back()));
         if (worst <= kTextFlatness || depth > 10) {
             contours->back().push_back(c.back());
-            last = c.back();
             return;
         }
         // de Casteljau split at t = 1/2.
@@ -102,24 +100,22 @@ struct OutlineWalk {
 
     static int moveTo(const FT_Vector* to, void* user) {
         auto* w = static_cast<OutlineWalk*>(user);
-        w->last = w->place(to);
-        w->contours->push_back({w->last});
+        w->contours->push_back({w->place(to)});
         return 0;
     }
     static int lineTo(const FT_Vector* to, void* user) {
         auto* w = static_cast<OutlineWalk*>(user);
-        w->last = w->place(to);
-        w->contours->back().push_back(w->last);
+        w->contours->back().push_back(w->place(to));
         return 0;
     }
     static int conicTo(const FT_Vector* control, const FT_Vector* to, void* user) {
         auto* w = static_cast<OutlineWalk*>(user);
-        w->curve({w->last, w->place(control), w->place(to)});
+        w->curve({w->contours->back().back(), w->place(control), w->place(to)});
         return 0;
     }
     static int cubicTo(const FT_Vector* c1, const FT_Vector* c2, const FT_Vector* to, void* user) {
         auto* w = static_cast<OutlineWalk*>(user);
-        w->curve({w->last, w->place(c1), w->place(c2), w->place(to)});
+        w->curve({w->contours->back().back(), w->place(c1), w->place(c2), w->place(to)});
         return 0;
     }
 };
