@@ -38,7 +38,6 @@ using namespace collada;
 constexpr int kMaxControllerChain = 8;           // skins of morphs of ...
 constexpr std::size_t kMaxListedWarnings = 100;
 constexpr std::uint32_t kMaxStride = 1024;
-constexpr std::size_t kMaxReserve = 1u << 20;    // trust a declared count this far when reserving
 constexpr std::uint32_t kNone = std::numeric_limits<std::uint32_t>::max();
 
 bool isSpace(char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }

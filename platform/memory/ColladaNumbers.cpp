@@ -10,7 +10,6 @@ namespace orrery::memory::collada {
 
 namespace {
 
-constexpr std::size_t kMaxReserve = 1u << 20;  // trust a declared count this far when reserving
 constexpr std::size_t kMaxQuoted = 24;         // bytes of a word quoted in a message
 
 inline bool isSpace(char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }

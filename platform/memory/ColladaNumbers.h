@@ -11,6 +11,8 @@ namespace orrery::memory::collada {
 
 /// Most numbers one array or index list may hold.
 constexpr std::size_t kMaxListValues = 64u << 20;
+/// How far a declared count is trusted when reserving memory ahead of reading.
+constexpr std::size_t kMaxReserve = 1u << 20;
 
 /// Parses whitespace-separated finite 32-bit floats from a NUL-terminated text. On anything
 /// else, or more than kMaxListValues numbers, returns false and says why in `why`.
