@@ -199,6 +199,8 @@ TEST(ColladaLoaderFiles, EachFeatureAndFailureMode) {
          {{"<lines", "<lines> left out: lines are not surfaces"}}, {}},
         {"geometry in another file", document(geometry(triangles), R"(<node name="M"><instance_geometry url="parts.dae#g"/></node>)"),
          {"M:-"}, {{"parts.dae", "<instance_geometry> \"parts.dae#g\" refers to another file; left out"}}, {}},
+        {"an address without '#' is no id, even when its tail is one", document(geometry(triangles), R"(<node name="M"><instance_geometry url="_g"/></node>)"),
+         {"M:-"}, {{"url=\"_g\"", "<instance_geometry> \"_g\" names no <geometry> of this file"}}, {}},
         {"dangling reference beside a mesh", document(geometry(triangles), R"(<node name="M"><instance_geometry url="#g"/><instance_geometry url="#nothing"/></node>)"),
          {"M:2"}, {{"#nothing", "names no <geometry> of this file"}}, {}},
         {"an empty reference, with an empty id about", document([&] {
