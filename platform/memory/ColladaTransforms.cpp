@@ -118,17 +118,17 @@ bool setOrthogonal(MemoryNode& node, const Matrix3d& a, const Vec& t) {
            std::isfinite(q.z) && std::isfinite(q.w);
 }
 
+/// Whether any two columns of `a` are off right angles by more than rounding.
 bool shears(const Matrix3d& a) {
-    for (int i = 0; i < 3; ++i)
-        for (int j = i + 1; j < 3; ++j) {
-            double ij = 0, ii = 0, jj = 0;
-            for (int r = 0; r < 3; ++r) {
-                ij += a[r][i] * a[r][j];
-                ii += a[r][i] * a[r][i];
-                jj += a[r][j] * a[r][j];
-            }
-            if (std::abs(ij) > 1e-5 * std::sqrt(ii * jj)) return true;
+    for (const auto& [i, j] : {std::pair{0, 1}, std::pair{0, 2}, std::pair{1, 2}}) {
+        double ij = 0, ii = 0, jj = 0;
+        for (int r = 0; r < 3; ++r) {
+            ij += a[r][i] * a[r][j];
+            ii += a[r][i] * a[r][i];
+            jj += a[r][j] * a[r][j];
         }
+        if (std::abs(ij) > 1e-5 * std::sqrt(ii * jj)) return true;
+    }
     return false;
 }
 

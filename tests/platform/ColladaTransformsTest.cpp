@@ -42,6 +42,8 @@ TEST(ColladaTransforms, NodesReproduceTheirMatrixAtEveryRankAndHandedness) {
         {"turn and scale", {{0, -2, 0}, {2, 0, 0}, {0, 0, 2}}, Placement::exact},
         {"mirror", {{-1, 0, 0}, {0, 1, 0}, {0, 0, 1}}, Placement::exact},
         {"shear", {{1, 1, 0}, {0, 1, 0}, {0, 0, 1}}, Placement::sheared},
+        {"shear of z along x", {{1, 0, 1}, {0, 1, 0}, {0, 0, 1}}, Placement::sheared},
+        {"shear of z along y", {{1, 0, 0}, {0, 1, 1}, {0, 0, 1}}, Placement::sheared},
         {"mirrored shear", {{1, 0.5, 0}, {0, -1, 0.3}, {0.2, 0, 1}}, Placement::sheared},
         {"shear flattened onto a plane", {{1, 1, 0}, {0, 1, 0}, {0, 0, 0}}, Placement::sheared},
         {"shear flattened onto a line", {{1, 1, 0}, {0, 0, 0}, {0, 0, 0}}, Placement::sheared},
