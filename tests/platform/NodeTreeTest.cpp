@@ -110,8 +110,11 @@ TEST(MemoryNodeTree, TransformMatricesComeBackFromPositionRotationAndScale) {
     EXPECT_EQ(fresh->rotation(), (SCNVector4{0, 0, 0, 0}));
     EXPECT_EQ(fresh->scale(), (SCNVector3{1, 1, 1}));
 
-    // Half turns about each axis and a general turn: each takes a different way from matrix to rotation.
-    const SCNVector4 turns[] = {{1, 0, 0, 3.1415926f}, {0, 1, 0, 3.1415926f}, {0, 0, 1, 3.1415926f}, {1, 2, 3, 0.7f}};
+    // Half turns about each axis, turns nearly as large about axes leaning off each (no matrix
+    // entry zero) and a small general turn: each axis takes its own way from matrix to rotation.
+    const SCNVector4 turns[] = {{1, 0, 0, 3.1415926f},   {0, 1, 0, 3.1415926f},   {0, 0, 1, 3.1415926f},
+                                {1, 0.3f, 0.2f, 3.0f},   {0.2f, 1, 0.3f, 3.0f},   {0.3f, 0.2f, 1, 3.0f},
+                                {1, 2, 3, 0.7f}};
     for (const SCNVector4& turn : turns) {
         auto source = MemoryNode::make();
         source->assignPosition({1, -2, 3});
