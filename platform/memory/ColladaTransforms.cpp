@@ -183,7 +183,7 @@ TransformStep readTransformElement(const pugi::xml_node& element, Matrix& step, 
         // Points move along the second axis by tan(angle) times their distance along the first.
         Vec along{v[1], v[2], v[3]}, direction{v[4], v[5], v[6]};
         const double s = std::tan(v[0] * std::numbers::pi / 180.0);
-        if (!normalize(along) || !normalize(direction) || !std::isfinite(s)) {
+        if (!normalize(along) || !normalize(direction) || !(std::abs(v[0]) < 90)) {
             why = "a skew needs two axes and an angle below 90 degrees";
             return TransformStep::unreadable;
         }

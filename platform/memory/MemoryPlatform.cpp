@@ -569,7 +569,7 @@ void MemoryPlatform::runFrame(double seconds) {
         view->reportPendingAnchors();
     }
     drainMainQueue();
-    if (view->currentScene) view->currentScene->root()->advanceSubtree(seconds);
+    if (view->currentScene) view->currentScene->root()->advanceTree(seconds);
     time += seconds;
 }
 

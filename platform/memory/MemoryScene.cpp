@@ -509,27 +509,17 @@ std::vector<MemoryNode*> MemoryNode::nodesWithRunningActions() const {
     return index_ ? index_->animated() : std::vector<MemoryNode*>{};
 }
 
-void MemoryNode::advanceSubtree(double seconds) {
-    if (parent_.expired()) {
-        if (!index_) return;
-        // Advancing never attaches or detaches, but it unlists nodes whose actions end.
-        const std::vector<MemoryNode*> animated = index_->animated();
-        for (MemoryNode* node : animated) node->advanceActions(seconds);
-        return;
-    }
-    advanceActions(seconds);
-    const auto children = children_;
-    for (const auto& child : children) child->advanceSubtree(seconds);
+void MemoryNode::advanceTree(double seconds) {
+    MemoryNode& topmost = top();
+    if (!topmost.index_) return;
+    // Advancing never attaches or detaches, but it unlists nodes whose actions end.
+    const std::vector<MemoryNode*> animated = topmost.index_->animated();
+    for (MemoryNode* node : animated) node->advanceActions(seconds);
 }
 
 void MemoryNode::collectHitCandidates(const std::array<double, 3>& origin, const std::array<double, 3>& direction,
                                       std::vector<MemoryNode*>& nodes) {
-    if (parent_.expired()) {
-        treeIndex().candidates(origin, direction, nodes);
-        return;
-    }
-    if (geometry_) nodes.push_back(this);
-    for (const auto& child : children_) child->collectHitCandidates(origin, direction, nodes);
+    treeIndex().candidates(origin, direction, nodes);
 }
 
 MemoryNode& MemoryNode::top() {

@@ -190,16 +190,16 @@ public:
 
     /// Advances every running action by `seconds` of simulated time; finished ones are dropped.
     void advanceActions(double seconds);
-    /// Runs advanceActions on this node and every descendant: for a topmost node, on the nodes
-    /// its index lists as having running actions, without walking the tree.
-    void advanceSubtree(double seconds);
-    /// For a topmost node, the nodes that advanceSubtree visits: those of its tree with running
+    /// Runs advanceActions on every node of this node's tree (from its topmost ancestor down)
+    /// that has running actions: the tree's index lists them, so the tree is not walked.
+    void advanceTree(double seconds);
+    /// For a topmost node, the nodes that advanceTree visits: those of its tree with running
     /// actions, in no order. Empty for a node with a parent.
     std::vector<MemoryNode*> nodesWithRunningActions() const;
 
-    /// Appends the geometry-carrying nodes of this subtree that the ray origin + t * direction
-    /// (t >= 0) may meet, a superset of those it meets: a topmost node asks its index, which
-    /// keeps the geometry's world boxes in a bounding-volume hierarchy; others walk the subtree.
+    /// Appends the geometry-carrying nodes of this node's tree (from its topmost ancestor down)
+    /// that the ray origin + t * direction (t >= 0) may meet, a superset of those it meets: the
+    /// tree's index keeps the geometry's world boxes in a bounding-volume hierarchy.
     void collectHitCandidates(const std::array<double, 3>& origin, const std::array<double, 3>& direction,
                               std::vector<MemoryNode*>& nodes);
 

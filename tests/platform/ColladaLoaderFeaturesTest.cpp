@@ -124,6 +124,12 @@ TEST(ColladaLoaderFiles, EachFeatureAndFailureMode) {
                               : (single ? "one texture coordinate per corner" : "three texture coordinates per corner, short"),
                     d, {"M:2"}, {}, {}};
     };
+    // The square shown through a skin with the bind-shape matrix `numbers`.
+    const auto skinned = [&](const std::string& numbers) {
+        return document(geometry(triangles) + "\n<library_controllers><controller id=\"skin\"><skin source=\"#g\"><bind_shape_matrix>" + numbers +
+                            "</bind_shape_matrix></skin></controller></library_controllers>",
+                        R"(<node name="S"><instance_controller url="#skin"/></node>)");
+    };
     const std::vector<Case> cases{
         // Features.
         texcoords(true, true), texcoords(true, false), texcoords(false, true), texcoords(false, false),
@@ -171,6 +177,30 @@ TEST(ColladaLoaderFiles, EachFeatureAndFailureMode) {
 <controller id="skin"><skin source="#morph"/></controller></library_controllers>)",
                                      R"(<node name="S"><instance_controller url="#skin"/></node>)"), {"S:2"}, {}, {}},
         {"nesting as deep as tools go", document(geometry(triangles), nested(1000)), {"?:-"}, {}, {}},
+        {"a bind shape of too few numbers", skinned("1 0 0"), {"S:2"}, {{"<bind_shape_matrix>", "<bind_shape_matrix> left out: 16 numbers expected"}}, {}},
+        {"a bind shape with a word", skinned("1 0 0 0 0 1 0 0 0 0 1 x 0 0 0 1"), {"S:2"},
+         {{"<bind_shape_matrix>", "<bind_shape_matrix> left out: \"x\" is not a finite 32-bit number"}}, {}},
+        {"a bind shape that throws points beyond 32-bit floats", skinned("3e38 0 0 3e38 0 1 0 0 0 0 1 0 0 0 0 1"), {"S:2"},
+         {{"<controller", "<bind_shape_matrix> left out: it moves vertices beyond 32-bit floats"}}, {}},
+        {"a controller that is neither skin nor morph", document(geometry(triangles) + R"(
+<library_controllers><controller id="c"><spline/></controller></library_controllers>)", R"(<node name="S"><instance_controller url="#c"/></node>)"),
+         {"S:-"}, {{"<controller id=\"c\"", "controller \"c\" is neither a skin nor a morph; left out"}}, {}},
+        {"a hole before its outline", document(geometry(primitive("polygons", "<ph><h>0 1 2</h><p>0 1 2 3</p></ph>")), kMeshNode),
+         {"M:0"}, {{"<ph>", "<polygons> left out: a hole comes before its outline"}}, {}},
+        {"a word among polygon sizes", document(geometry(primitive("polylist", "<vcount>3 x</vcount><p>0 1 2</p>", "2")), kMeshNode),
+         {"M:0"}, {{"<vcount>", "<polylist> left out: <vcount>: \"x\" is not an index"}}, {}},
+        {"polygon sizes the count does not match", document(geometry(primitive("polylist", "<vcount>3 3</vcount><p>0 1 2 0 2 3</p>", "3")), kMeshNode),
+         {"M:2"}, {{"<vcount>", "<polylist> count=\"3\" but <vcount> lists 2 polygons; all of them read"}}, {}},
+        {"transforms that make no sense", document(geometry(triangles), R"(<node name="L"><lookat>1 1 1 1 1 1 0 1 0</lookat></node>
+<node name="K"><skew>-90 0 1 0 1 0 0</skew></node>
+<node name="Z"><skew>30 0 0 0 1 0 0</skew></node>)"), {"L:-", "K:-", "Z:-"},
+         {{"<lookat", "<lookat> of node \"L\" left out: the eye, the point of interest and the up direction do not make a view"},
+          {"<skew>-90", "<skew> of node \"K\" left out: a skew needs two axes and an angle below 90 degrees"},
+          {"<skew>30", "<skew> of node \"Z\" left out: a skew needs two axes"}}, {}},
+        {"a unit of no length", document(geometry(triangles), kMeshNode, R"(<unit meter="-1"/>)"), {"M:2"},
+         {{"<unit", "unit of \"-1\" metres is not a positive number; taken as 1"}}, {}},
+        {"a control byte among the positions", document(geometry(triangles, "0 0 0 1 0 0 1 1 0 0 1 \x01"), kMeshNode), {"M:0"},
+         {{"<float_array", "<triangles> left out: <float_array> \"pos-a\": \"\\x01\" is not a finite 32-bit number"}}, {}},
         {"several primitives, one left out", document(geometry(triangles + "\n\n" + broken + "\n" + triangles), kMeshNode),
          {"M:4"}, {{"<p>0 1 4</p>", "<triangles> left out: position index 4 past the 4 positions"}}, {}},
         // Parts left out, with a warning each.
