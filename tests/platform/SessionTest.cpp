@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <filesystem>
 #include <string>
+#include <utility>
 #include <vector>
 
 using namespace orrery;
@@ -164,4 +167,22 @@ TEST(MemoryMainQueue, DrainsInOrderIncludingBlocksQueuedMeanwhile) {
     platform.drainMainQueue();
     EXPECT_EQ(order, (std::vector<int>{1, 2, 3}));
     EXPECT_TRUE(platform.mainQueue.empty());
+}
+
+TEST(MemoryPlatformAssets, TheEnvironmentNamesTheAssetFolderWhenSetAndNotEmpty) {
+    const char* const saved = std::getenv("ORRERY_ASSET_PARENT");
+    const std::string kept = saved ? saved : "";
+    for (const auto& [value, expected] : {std::pair<const char*, std::string>{nullptr, ORRERY_SOURCE_DIR},
+                                          {"", ORRERY_SOURCE_DIR},
+                                          {"/elsewhere/assets", "/elsewhere/assets"}}) {
+        if (value)
+            setenv("ORRERY_ASSET_PARENT", value, 1);
+        else
+            unsetenv("ORRERY_ASSET_PARENT");
+        EXPECT_EQ(MemoryPlatform::defaultAssetParent(), std::filesystem::path(expected)) << (value ? value : "unset");
+    }
+    if (saved)
+        setenv("ORRERY_ASSET_PARENT", kept.c_str(), 1);
+    else
+        unsetenv("ORRERY_ASSET_PARENT");
 }
