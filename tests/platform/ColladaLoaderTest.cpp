@@ -409,14 +409,25 @@ TEST(ColladaLoader, TriangulatesPolylistsAndReadsColours) {
     ASSERT_EQ(report.warnings.size(), 1u);
     EXPECT_EQ(report.warnings[0].message, "<polylist> left out: normal index 1 past the 1 normals");
 
-    // A constant (unlit) effect gives its colour as emission only.
-    const auto at = document.find("<lambert><diffuse><color>1 0 0 0.5</color></diffuse></lambert>");
+    // Each shading model gives its colour; a constant (unlit) one as emission only; three numbers
+    // are opaque; a colour of two numbers, or an unknown shading model, gives none.
+    const std::string lambert = "<lambert><diffuse><color>1 0 0 0.5</color></diffuse></lambert>";
+    const auto at = document.find(lambert);
     ASSERT_NE(at, std::string::npos);
-    document.replace(at, 62, "<constant><emission><color>0 1 0 1</color></emission></constant>");
-    const auto unlit = loadColladaBytes(document, "/");
-    ASSERT_NE(unlit, nullptr);
-    EXPECT_EQ(std::get<UIColor>(meshOf(unlit->root()->children()[0])->materials[0]->diffuseProperty->contents),
-              (UIColor{0, 1, 0, 1}));
+    const std::pair<std::string, MaterialContents> shadings[] = {
+        {"<constant><emission><color>0 1 0 1</color></emission></constant>", UIColor{0, 1, 0, 1}},
+        {"<phong><diffuse><color>0 0 1</color></diffuse></phong>", UIColor{0, 0, 1, 1}},
+        {"<blinn><diffuse><color>0.5 0.5 0.5 0.25</color></diffuse></blinn>", UIColor{0.5, 0.5, 0.5, 0.25}},
+        {"<lambert><diffuse><color>1 1</color></diffuse></lambert>", std::monostate{}},
+        {"<toon><diffuse><color>1 0 0 1</color></diffuse></toon>", std::monostate{}},
+    };
+    for (const auto& [shading, expected] : shadings) {
+        std::string changed = document;
+        changed.replace(at, lambert.size(), shading);
+        const auto scene = loadColladaBytes(changed, "/");
+        ASSERT_NE(scene, nullptr);
+        EXPECT_EQ(meshOf(scene->root()->children()[0])->materials.at(0)->diffuseProperty->contents, expected) << shading;
+    }
 }
 
 /// The quad with `positions`, shown through a skin whose bind-shape matrix is `bindShape` (16 numbers).
