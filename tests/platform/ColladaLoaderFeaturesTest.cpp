@@ -318,6 +318,13 @@ TEST(ColladaLoaderFiles, LimitsRefuseWhatGoesBeyondThem) {
             EXPECT_EQ(scene ? scene->root()->children().size() : 0u, count == 10u ? count - extraMesh : 0u) << count << extraMesh;
             EXPECT_EQ(report.error ? report.error->message : "", count == 10u ? "" : "more than 10 nodes");
         }
+    // Reading stops at the node beyond the limit: nothing after it is looked at, or warned about.
+    std::string crowded = "<node name=\"P\">";
+    for (int i = 0; i < 10; ++i) crowded += "<node/>";
+    ModelReport refused;
+    EXPECT_EQ(loadColladaBytes(document(mesh, crowded + "<instance_node url=\"#missing\"/></node>"), "/", nullptr, &refused, limits), nullptr);
+    EXPECT_EQ(refused.error ? refused.error->message : "", "more than 10 nodes");
+    EXPECT_TRUE(refused.warnings.empty()) << refused.warnings[0].message;
     // Warnings: the first hundred are listed, the rest counted.
     std::string unreadable;
     for (int i = 0; i < 102; ++i) unreadable += "<node><translate>1 2</translate></node>";
