@@ -172,18 +172,14 @@ public:
     void reserve(std::size_t corners, std::size_t vertices) {
         mesh_.indices.reserve(mesh_.indices.size() + std::min(corners, kMaxReserve));
         const std::size_t total = mesh_.positions.size() + std::min(vertices, kMaxReserve);
-        mesh_.positions.reserve(total);
-        mesh_.normals.reserve(total);
-        mesh_.textureCoordinates.reserve(total);
+        forEachVertexArray([total](auto& array) { array.reserve(total); });
     }
 
     /// The mesh's size before a primitive, to take the primitive back out if it cannot be read.
     std::array<std::size_t, 2> mark() const { return {mesh_.indices.size(), mesh_.positions.size()}; }
     void rollback(std::array<std::size_t, 2> mark) {
         mesh_.indices.resize(mark[0]);
-        mesh_.positions.resize(mark[1]);
-        mesh_.normals.resize(mark[1]);
-        mesh_.textureCoordinates.resize(mark[1]);
+        forEachVertexArray([&mark](auto& array) { array.resize(mark[1]); });
         sources_ = {};  // the vertex tables may name vertices just removed
     }
 
@@ -194,6 +190,12 @@ public:
     }
 
 private:
+    /// Calls `f` on each array that holds one element per vertex.
+    template <class F>
+    void forEachVertexArray(F&& f) {
+        f(mesh_.positions), f(mesh_.normals), f(mesh_.textureCoordinates);
+    }
+
     std::uint32_t append(const Accessor& positions, const Accessor* normals, const Accessor* texcoords, CornerKey key) {
         if (mesh_.positions.size() >= maxVertices_) return kNone;
         const auto index = static_cast<std::uint32_t>(mesh_.positions.size());
