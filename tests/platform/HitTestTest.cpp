@@ -76,6 +76,14 @@ TEST_F(MemoryHitTest, NestedModelsReturnTheirMeshesNearestFirst) {
 }
 
 TEST_F(MemoryHitTest, BoxesTurnWithTheirNodes) {
+    // Straight down the view axis, which the world box of a turned cube beside it holds: in the
+    // cube's own space the ray runs along z beside it, so it is missed.
+    auto beside = model("Beside", {0.6f, 0.6f, -3}, 1);
+    beside->assignRotation({0, 0, 1, static_cast<float>(std::numbers::pi / 4)});
+    root->appendChild(beside);
+    EXPECT_TRUE(hitNodes(centre()).empty());
+    beside->detach();
+
     // A unit cube 3 m ahead turned 45 degrees about the view axis: a diamond on screen.
     auto turned = model("Turned", {0, 0, -3}, 1);
     turned->assignRotation({0, 0, 1, static_cast<float>(std::numbers::pi / 4)});
@@ -108,6 +116,12 @@ TEST_F(MemoryHitTest, OverlapsAreOrderedByWhereTheRayEntersAndBoxesBehindAreNeve
     root->appendChild(shortBox);
     root->appendChild(behind);
     root->appendChild(longBox);
+    EXPECT_EQ(hitNodes(centre()), (std::vector<std::shared_ptr<SCNNode>>{longBox, shortBox}));
+    // The same within a metre of the camera: entered at 0.4 and 0.5, left at 2 and 0.6.
+    for (const auto& node : {longBox, shortBox, behind}) {
+        node->assignScale({0.1f, 0.1f, 0.1f});
+        root->appendChild(node);  // last: the order above must come from distances alone
+    }
     EXPECT_EQ(hitNodes(centre()), (std::vector<std::shared_ptr<SCNNode>>{longBox, shortBox}));
 }
 
