@@ -70,8 +70,8 @@ std::string_view wordAt(const char* p) {
     return {p, static_cast<std::size_t>(end - p)};
 }
 
-bool tooMany(std::string* why) {
-    if (why) *why = "more than " + std::to_string(kMaxListValues) + " numbers in one list";
+bool tooMany(std::size_t most, std::string* why) {
+    if (why) *why = "more than " + std::to_string(most) + " numbers in one list";
     return false;
 }
 
@@ -84,7 +84,7 @@ void startList(std::vector<Value>& out, std::size_t expected) {
 
 } // namespace
 
-bool parseFloats(const char* p, std::vector<float>& out, std::size_t expected, std::string* why) {
+bool parseFloats(const char* p, std::vector<float>& out, std::size_t expected, std::string* why, std::size_t most) {
     startList(out, expected);
     while (true) {
         while (isSpace(*p)) ++p;
@@ -96,12 +96,12 @@ bool parseFloats(const char* p, std::vector<float>& out, std::size_t expected, s
             if (why) *why = quoted(wordAt(word)) + " is not a finite 32-bit number";
             return false;
         }
-        if (out.size() >= kMaxListValues) return tooMany(why);
+        if (out.size() >= most) return tooMany(most, why);
         out.push_back(value);
     }
 }
 
-bool parseIndices(const char* p, std::vector<std::uint32_t>& out, std::size_t expected, std::string* why) {
+bool parseIndices(const char* p, std::vector<std::uint32_t>& out, std::size_t expected, std::string* why, std::size_t most) {
     startList(out, expected);
     while (true) {
         while (isSpace(*p)) ++p;
@@ -114,7 +114,7 @@ bool parseIndices(const char* p, std::vector<std::uint32_t>& out, std::size_t ex
             if (why) *why = quoted(wordAt(first)) + " is not an index";
             return false;
         }
-        if (out.size() >= kMaxListValues) return tooMany(why);
+        if (out.size() >= most) return tooMany(most, why);
         out.push_back(static_cast<std::uint32_t>(value));
     }
 }

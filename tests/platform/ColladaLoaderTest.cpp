@@ -3,6 +3,7 @@
 
 #include "content/BodyCatalog.h"
 #include "platform/memory/ColladaLoader.h"
+#include "platform/memory/ColladaNumbers.h"
 
 #include "tests/support/Programs.h"
 
@@ -320,6 +321,24 @@ TEST(ColladaLoader, ReadsNumbersInEveryDecimalForm) {
     EXPECT_EQ(mesh->positions[1], (SCNVector3{0.5f, -0.5f, 0}));
     EXPECT_EQ(mesh->positions[2], (SCNVector3{0.5f, 0.5f, 0}));
     EXPECT_EQ(mesh->positions[3], (SCNVector3{-0.5f, 0.5f, 1.17549435e-38f}));
+}
+
+TEST(ColladaLoader, NumberListsHoldAtMostTheirLimit) {
+    for (const std::size_t most : {3u, 2u}) {
+        std::vector<float> floats;
+        std::vector<std::uint32_t> indices;
+        std::string whyFloats, whyIndices;
+        const bool fits = most == 3;
+        EXPECT_EQ(collada::parseFloats(" 1 2.5 3 ", floats, 0, &whyFloats, most), fits);
+        EXPECT_EQ(collada::parseIndices(" 1 2 3 ", indices, 0, &whyIndices, most), fits);
+        const std::string refusal = fits ? "" : "more than 2 numbers in one list";
+        EXPECT_EQ(whyFloats, refusal);
+        EXPECT_EQ(whyIndices, refusal);
+        if (fits) {
+            EXPECT_EQ(floats, (std::vector<float>{1, 2.5f, 3}));
+            EXPECT_EQ(indices, (std::vector<std::uint32_t>{1, 2, 3}));
+        }
+    }
 }
 
 TEST(ColladaLoader, SplitsCornersThatShareAPositionButNotAnAttribute) {
