@@ -231,6 +231,14 @@ TEST(ColladaLoader, ReadsMeshMaterialsAndResolvesTexturePaths) {
     ASSERT_EQ(mesh->materials.size(), 1u);
     EXPECT_EQ(mesh->materials[0]->name, "Skin");
     EXPECT_EQ(std::get<std::string>(mesh->materials[0]->diffuseProperty->contents), "/models/quad/textures/My Skin.png");
+
+    // A texture may name the image itself rather than a sampler.
+    std::string direct = quadDocument();
+    direct.replace(direct.find(R"(texture="samp")"), 14, R"(texture="tex")");
+    const auto directScene = loadColladaBytes(direct, "/models/quad");
+    ASSERT_NE(directScene, nullptr);
+    EXPECT_EQ(std::get<std::string>(meshOf(directScene->root()->children()[0])->materials.at(0)->diffuseProperty->contents),
+              "/models/quad/textures/My Skin.png");
 }
 
 TEST(ColladaLoader, ImageAddressesAreDecodedAndResolvedAgainstTheModelsFolder) {
