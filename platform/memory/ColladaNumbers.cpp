@@ -51,9 +51,9 @@ const char* readFloat(const char* p, float& out) {
         scale += negativeExponent ? -exponent : exponent;
     }
     if (exact && scale >= -22 && scale <= 22) {
+        // Below 1e15 times 1e22: far inside the range of floats.
         const double magnitude = scale < 0 ? static_cast<double>(mantissa) / kPowers[-scale]
                                            : static_cast<double>(mantissa) * kPowers[scale];
-        if (magnitude > std::numeric_limits<float>::max()) return nullptr;
         out = static_cast<float>(negative ? -magnitude : magnitude);
         return p;
     }
