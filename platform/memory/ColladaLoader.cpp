@@ -858,13 +858,17 @@ private:
         if (uri.starts_with("file://")) uri.remove_prefix(7);
         std::string decoded;
         for (std::size_t i = 0; i < uri.size(); ++i) {
-            auto hex = [](char c) { return c >= '0' && c <= '9' ? c - '0' : (c | 0x20) >= 'a' && (c | 0x20) <= 'f' ? (c | 0x20) - 'a' + 10 : -1; };
-            if (uri[i] == '%' && i + 2 < uri.size() && hex(uri[i + 1]) >= 0 && hex(uri[i + 2]) >= 0) {
-                decoded += static_cast<char>(hex(uri[i + 1]) * 16 + hex(uri[i + 2]));
-                i += 2;
-            } else {
-                decoded += uri[i];
+            // %XX is the byte XX (exactly two hexadecimal digits); anything else is kept as written.
+            if (uri[i] == '%' && i + 2 < uri.size()) {
+                const char* const digits = uri.data() + i + 1;
+                unsigned byte = 0;
+                if (const auto [end, error] = std::from_chars(digits, digits + 2, byte, 16); error == std::errc() && end == digits + 2) {
+                    decoded += static_cast<char>(byte);
+                    i += 2;
+                    continue;
+                }
             }
+            decoded += uri[i];
         }
         const std::filesystem::path path(decoded);
         return (path.is_absolute() ? path : (baseFolder_ / path)).lexically_normal().string();

@@ -274,7 +274,7 @@ std::size_t BoxTree::depth() const { return depthBelow(root_); }
 std::size_t BoxTree::depthBelow(Id id) const {
     if (id == none) return 0;
     const Entry& entry = entries_[static_cast<std::size_t>(id)];
-    return 1 + (entry.height == 0 ? 0 : std::max(depthBelow(entry.left), depthBelow(entry.right)));
+    return 1 + std::max(depthBelow(entry.left), depthBelow(entry.right));  // a leaf's children are none
 }
 
 // ---------------------------------------------------------------- scene index

@@ -246,6 +246,7 @@ TEST(ColladaLoader, ImageAddressesAreDecodedAndResolvedAgainstTheModelsFolder) {
         {"Skin.pn%67", "/models/quad/Skin.png"},  // an escape at the very end
         {"%41%6a%4B.png", "/models/quad/AjK.png"},
         {"Skin%2", "/models/quad/Skin%2"},  // incomplete or not hexadecimal: kept as written
+        {"a%+1b%-1c% 1.png", "/models/quad/a%+1b%-1c% 1.png"},  // signs and spaces are not digits
         {"Skin%zz.png", "/models/quad/Skin%zz.png"},
         {" \n ../maps/Skin.png \t", "/models/maps/Skin.png"},
         {"file:///maps/Skin.png", "/maps/Skin.png"},
