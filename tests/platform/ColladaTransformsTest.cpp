@@ -81,7 +81,7 @@ TEST(ColladaTransforms, NodesReproduceTheirMatrixAtEveryRankAndHandedness) {
 
 TEST(Matrix3, PerpendicularIsAUnitVectorAtRightAnglesForEveryDirection) {
     const double h = std::sqrt(0.5);
-    for (const Vector3d& v : {Vector3d{1, 0, 0}, Vector3d{0, 1, 0}, Vector3d{0, 0, -1}, Vector3d{h, h, 0}, Vector3d{h, 0, -h},
+    for (const Vector3d& v : {Vector3d{1, 0, 0}, Vector3d{0, 1, 0}, Vector3d{0, 0, -1}, Vector3d{h, h, 0}, Vector3d{h, 0, -h}, Vector3d{h, 0, h},
                               Vector3d{0, h, h}, Vector3d{0.48, 0.6, 0.64}, Vector3d{-0.95, 0, std::sqrt(1 - 0.95 * 0.95)}}) {
         const Vector3d p = perpendicular(v);
         EXPECT_NEAR(dot(p, p), 1.0, 1e-12) << v[0] << " " << v[1] << " " << v[2];
