@@ -3,6 +3,7 @@
 #include "platform/memory/ColladaNumbers.h"
 #include "platform/memory/Matrix3.h"
 
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -41,6 +42,9 @@ namespace {
 
 using Vec = Vector3d;
 
+/// Every pair of distinct axes (or columns) of a 3x3 matrix, each once.
+constexpr std::array<std::pair<int, int>, 3> kAxisPairs{{{0, 1}, {0, 2}, {1, 2}}};
+
 /// `v` at unit length; false for a zero or non-finite vector.
 bool normalize(Vec& v) {
     const double length = makeUnit(v);
@@ -72,7 +76,7 @@ void symmetricEigen(Matrix3d& s, Matrix3d& v) {
         const double off = s[0][1] * s[0][1] + s[0][2] * s[0][2] + s[1][2] * s[1][2];
         const double diagonal = s[0][0] * s[0][0] + s[1][1] * s[1][1] + s[2][2] * s[2][2];
         if (off <= 1e-30 * diagonal || off == 0) return;
-        for (const auto& [p, q] : {std::pair{0, 1}, std::pair{0, 2}, std::pair{1, 2}}) {
+        for (const auto& [p, q] : kAxisPairs) {
             if (s[p][q] == 0) continue;
             const double theta = (s[q][q] - s[p][p]) / (2 * s[p][q]);
             const double t = std::copysign(1.0, theta) / (std::abs(theta) + std::sqrt(theta * theta + 1));
@@ -120,7 +124,7 @@ bool setOrthogonal(MemoryNode& node, const Matrix3d& a, const Vec& t) {
 
 /// Whether any two columns of `a` are off right angles by more than rounding.
 bool shears(const Matrix3d& a) {
-    for (const auto& [i, j] : {std::pair{0, 1}, std::pair{0, 2}, std::pair{1, 2}}) {
+    for (const auto& [i, j] : kAxisPairs) {
         double ij = 0, ii = 0, jj = 0;
         for (int r = 0; r < 3; ++r) {
             ij += a[r][i] * a[r][j];
