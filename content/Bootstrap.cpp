@@ -1,7 +1,7 @@
 // The start scene: view settings, body models, button bar and gesture recognisers.
 
 #include "app/ViewController.h"
-#include "content/ControllerFields.h"
+#include "app/ControllerFields.h"
 #include "platform/Fatal.h"
 
 #include <string>

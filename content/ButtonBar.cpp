@@ -1,7 +1,7 @@
 // The button bar: 18 buttons in three rows, two metres below and ahead of the start.
 
 #include "app/ViewController.h"
-#include "content/ControllerFields.h"
+#include "app/ControllerFields.h"
 #include "platform/Fatal.h"
 
 #include <array>

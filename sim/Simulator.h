@@ -3,11 +3,11 @@
 
 #include "app/ViewController.h"
 #include "platform/memory/MemoryPlatform.h"
-#include "render/Renderer.h"
 #include "sim/Scenario.h"
 #include "sim/StateDump.h"
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -34,11 +34,13 @@ public:
     /// ScenarioError and nothing of the command runs.
     Output run(const Command& command);
 
-    /// Writes a picture of the screen (render/Snapshot.h); a size of 0 takes the screen's size in
-    /// points. A picture that cannot be made or written throws ScenarioError for `line`.
+    /// Writes a picture of the screen through `snapshotHook`; a size of 0 takes the screen's size
+    /// in points. A picture that cannot be made or written, or no hook, throws ScenarioError for `line`.
     void snapshot(const std::string& path, int width, int height, std::size_t line);
-    /// What snapshots show besides the scene.
-    render::RenderOptions snapshotOptions;
+    /// Draws `frame` at width x height pixels into a PNG file at `path`, throwing std::runtime_error
+    /// when it cannot; the program's main sets it to the renderer's (render/Snapshot.h), so that
+    /// the simulator itself draws nothing.
+    std::function<void(const memory::SceneFrame& frame, const std::filesystem::path& path, int width, int height)> snapshotHook;
     /// The screen point of a POINT argument (`@NAME`: the projected centre of the node's bounds).
     CGPoint resolvePoint(const PointArg& point, std::size_t line);
 

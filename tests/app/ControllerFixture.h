@@ -4,7 +4,7 @@
 
 #include "app/ViewController.h"
 #include "platform/memory/MemoryPlatform.h"
-#include "platform/memory/MemoryScene.h"
+#include "platform/memory/scene/MemoryScene.h"
 
 #include "tests/app/ExpectedContent.h"
 
