@@ -98,8 +98,9 @@ public:
     void advance(double seconds);
 
     // Simulated input (SimulatedInput.cpp), as the simulator, the tests and the benchmarks give it.
-    /// The first recogniser of `type` ("UIPinchGestureRecognizer") attached to the view, or null.
-    MemoryRecognizerBase* recognizer(std::string_view type) const;
+    /// The first recogniser attached to the view whose type ("UIPinchGestureRecognizer") or
+    /// action ("didPinch:") is `name`, or null.
+    MemoryRecognizerBase* recognizer(std::string_view name) const;
     /// A finger lifted at `point`: touchesEnded:withEvent: on `controller` with one touch there.
     void endTouch(UIViewController& controller, CGPoint point);
 };

@@ -5,9 +5,10 @@
 
 namespace orrery::memory {
 
-MemoryRecognizerBase* MemoryPlatform::recognizer(std::string_view type) const {
+MemoryRecognizerBase* MemoryPlatform::recognizer(std::string_view name) const {
     for (const auto& attached : view->gestureRecognizers)
-        if (auto* simulated = dynamic_cast<MemoryRecognizerBase*>(attached.get()); simulated && simulated->record.type == type)
+        if (auto* simulated = dynamic_cast<MemoryRecognizerBase*>(attached.get());
+            simulated && (simulated->record.type == name || simulated->record.action.name == name))
             return simulated;
     return nullptr;
 }

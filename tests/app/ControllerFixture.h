@@ -177,10 +177,7 @@ protected:
     }
 
     memory::MemoryRecognizerBase& recognizer(const std::string& action) {
-        for (const auto& r : platform.view->gestureRecognizers) {
-            auto* base = dynamic_cast<memory::MemoryRecognizerBase*>(r.get());
-            if (base && base->record.action.name == action) return *base;
-        }
+        if (auto* found = platform.recognizer(action)) return *found;
         throw std::runtime_error("no recogniser for " + action);
     }
 
@@ -192,8 +189,7 @@ protected:
     /// A finger lifted over `node`, or over nothing.
     void touchEnd(const std::shared_ptr<SCNNode>& node) {
         prepareHit(node);
-        memory::MemoryEvent event;
-        controller.touchesEndedWithEvent({std::make_shared<memory::MemoryTouch>(platform.log, CGPoint{195, 422})}, &event);
+        platform.endTouch(controller, CGPoint{195, 422});
     }
     /// A touch off the buttons over a detected feature point with world transform `w`.
     void touchFeaturePoint(const simd_float4x4& w, const std::shared_ptr<SCNNode>& under = nullptr) {

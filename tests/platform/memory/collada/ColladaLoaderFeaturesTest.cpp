@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cctype>
+
 #include <algorithm>
 #include <cmath>
 #include <fstream>
@@ -101,7 +103,8 @@ std::string nested(int depth) {
     return "<node name=\"top\">" + open + "\n" + close + "</node>";
 }
 
-TEST(ColladaLoaderFiles, EachFeatureAndFailureMode) {
+/// The table: one row a feature of the format or a way a file fails.
+std::vector<Case> featureCases() {
     const std::string triangles = primitive("triangles", "<p>0 1 2 0 2 3</p>", "2");
     const std::string broken = primitive("triangles", "<p>0 1 4</p>");  // one past the last position
     std::string doubling = "<library_nodes><node id=\"n0\"/>";
@@ -130,7 +133,7 @@ TEST(ColladaLoaderFiles, EachFeatureAndFailureMode) {
                             "</bind_shape_matrix></skin></controller></library_controllers>",
                         R"(<node name="S"><instance_controller url="#skin"/></node>)");
     };
-    const std::vector<Case> cases{
+    return {
         // Features.
         texcoords(true, true), texcoords(true, false), texcoords(false, true), texcoords(false, false),
         {"the visual scene the <scene> names, not the first", document(
@@ -278,31 +281,51 @@ TEST(ColladaLoaderFiles, EachFeatureAndFailureMode) {
         {"too many nodes", document(geometry(triangles) + doubling, "<node>\n<instance_node url=\"#n20\"/><instance_node url=\"#n20\"/></node>"),
          {}, {}, Expected{"n20", "more than 100000 nodes"}},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        ModelReport report;
-        const auto scene = loadColladaBytes(c.document, "/", &report);
-        ASSERT_EQ(scene == nullptr, c.error.has_value()) << (report.error ? report.error->message : "no error");
-        if (c.error) {
-            ASSERT_TRUE(report.error.has_value());
-            EXPECT_EQ(report.error->line, lineOf(c.document, c.error->marker));
-            EXPECT_NE(report.error->message.find(c.error->message), std::string::npos) << report.error->message;
-            continue;
-        }
-        EXPECT_FALSE(report.error.has_value());
-        EXPECT_EQ(meshSummary(*scene->root()), c.meshes);
-        ASSERT_EQ(report.warnings.size(), c.warnings.size()) << (report.warnings.empty() ? "" : report.warnings[0].message);
-        for (std::size_t i = 0; i < c.warnings.size(); ++i) {
-            EXPECT_EQ(report.warnings[i].line, lineOf(c.document, c.warnings[i].marker)) << report.warnings[i].message;
-            EXPECT_NE(report.warnings[i].message.find(c.warnings[i].message), std::string::npos) << report.warnings[i].message;
-        }
+}
+
+/// One row of the table, as a case of its own named after what it shows.
+class ColladaFeature : public ::testing::TestWithParam<Case> {};
+
+TEST_P(ColladaFeature, LoadsAsTheRowSays) {
+    const Case& c = GetParam();
+    ModelReport report;
+    const auto scene = loadColladaBytes(c.document, "/", &report);
+    ASSERT_EQ(scene == nullptr, c.error.has_value()) << (report.error ? report.error->message : "no error");
+    if (c.error) {
+        ASSERT_TRUE(report.error.has_value());
+        EXPECT_EQ(report.error->line, lineOf(c.document, c.error->marker));
+        EXPECT_NE(report.error->message.find(c.error->message), std::string::npos) << report.error->message;
+        return;
     }
+    EXPECT_FALSE(report.error.has_value());
+    EXPECT_EQ(meshSummary(*scene->root()), c.meshes);
+    ASSERT_EQ(report.warnings.size(), c.warnings.size()) << (report.warnings.empty() ? "" : report.warnings[0].message);
+    for (std::size_t i = 0; i < c.warnings.size(); ++i) {
+        EXPECT_EQ(report.warnings[i].line, lineOf(c.document, c.warnings[i].marker)) << report.warnings[i].message;
+        EXPECT_NE(report.warnings[i].message.find(c.warnings[i].message), std::string::npos) << report.warnings[i].message;
+    }
+}
+
+TEST(ColladaLoaderFiles, AMissingFileIsRefusedAsAWhole) {
     ModelReport missing;
     EXPECT_EQ(loadColladaFile("/nonexistent/Model.dae", &missing), nullptr);
     ASSERT_TRUE(missing.error.has_value());
     EXPECT_EQ(missing.error->line, 0u);
     EXPECT_EQ(missing.error->message, "cannot open the file: No such file or directory");
 }
+
+INSTANTIATE_TEST_SUITE_P(Rows, ColladaFeature, ::testing::ValuesIn(featureCases()),
+                         [](const ::testing::TestParamInfo<Case>& info) {
+                             // "a transform beyond 32-bit floats" -> "ATransformBeyond32BitFloats"
+                             std::string name;
+                             bool upper = true;
+                             for (const char ch : std::string(info.param.what)) {
+                                 const bool alnum = std::isalnum(static_cast<unsigned char>(ch)) != 0;
+                                 if (alnum) name += upper ? static_cast<char>(std::toupper(static_cast<unsigned char>(ch))) : ch;
+                                 upper = !alnum;
+                             }
+                             return name;
+                         });
 
 TEST(ColladaLoaderFiles, LimitsRefuseWhatGoesBeyondThem) {
     // Nodes: plain ones, or one fewer and a second mesh of a node, which takes a node of its own.
