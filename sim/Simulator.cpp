@@ -76,10 +76,14 @@ Simulator::Simulator(const std::filesystem::path& assetParent)
     };
 }
 
-void Simulator::start() {
+void Simulator::attach() {
     resetProcessState();
     controller_.sceneView = platform_.view;
     platform_.hostViewController(controller_);
+}
+
+void Simulator::start() {
+    attach();
     controller_.viewDidLoad();
     controller_.viewWillAppear(false);
     platform_.runFrame();

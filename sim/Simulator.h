@@ -27,7 +27,11 @@ public:
     /// `assetParent` is the folder holding "art.scnassets".
     explicit Simulator(const std::filesystem::path& assetParent);
 
-    /// What the platform does before a person can touch: load, appear, one frame.
+    /// The app's globals afresh, the controller given the view, and the platform made its host:
+    /// what start() does before the lifecycle. Tests that drive the lifecycle themselves call it
+    /// alone.
+    void attach();
+    /// What the platform does before a person can touch: attach, load, appear, one frame.
     void start();
 
     /// Runs one command. Node names are resolved first; a name that does not resolve throws
@@ -47,6 +51,9 @@ public:
     Json state();
     memory::MemoryPlatform& platform() { return platform_; }
     ViewController& controller() { return controller_; }
+    /// Hands over the simulator's reference to the controller, so that a test can see what
+    /// outlives it; afterwards only the platform may be used.
+    std::shared_ptr<ViewController> releaseController() { return std::move(controllerOwner_); }
 
     /// The name of the body with this index, read from the controller's model (empty if none).
     std::string bodyName(int index);

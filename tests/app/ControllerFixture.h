@@ -4,6 +4,7 @@
 
 #include "app/ViewController.h"
 #include "platform/memory/MemoryPlatform.h"
+#include "sim/Simulator.h"
 #include "platform/memory/scene/MemoryScene.h"
 
 #include "tests/app/ExpectedContent.h"
@@ -130,18 +131,18 @@ inline memory::SceneFactory unitBoxScene(std::shared_ptr<memory::CallLog> log) {
 
 class ControllerTest : public ::testing::Test {
 protected:
-    memory::MemoryPlatform platform{emptyAssetParent()};
-    std::shared_ptr<ViewController> owner = ViewController::make(platform);
-    ViewController& controller = *owner;
+    /// The simulator's harness, attached but not started: each test drives the lifecycle.
+    sim::Simulator simulator{emptyAssetParent()};
+    memory::MemoryPlatform& platform = simulator.platform();
+    ViewController& controller = simulator.controller();
 
     void SetUp() override {
-        resetProcessState();
         for (const BodyEntry& row : BodyCatalog::bodies())
             platform.preparedScenes[std::string(row.assetPath)] = unitBoxScene(platform.log);
         for (const ButtonEntry& row : BodyCatalog::buttons())
             platform.preparedScenes[std::string(row.assetPath)] = unitBoxScene(platform.log);
-        controller.sceneView = platform.view;
-        platform.hostViewController(controller);
+        platform.modelReportObserver = nullptr;  // the platform stays silent, as on the device
+        simulator.attach();
     }
 
     /// The calls since the last look, one line each.
