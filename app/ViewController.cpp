@@ -1,6 +1,6 @@
 #include "app/ViewController.h"
 
-#include "content/ControllerFields.h"
+#include "app/ControllerFields.h"
 #include "platform/Fatal.h"
 
 namespace orrery {

@@ -3,7 +3,7 @@
 // prints "orrery: X ms, assimp: Y ms, ratio: Z" (Z = Assimp time / ours).
 
 #include "content/BodyCatalog.h"
-#include "platform/memory/ColladaLoader.h"
+#include "platform/memory/collada/ColladaLoader.h"
 
 #include <assimp/Importer.hpp>
 #include <assimp/postprocess.h>

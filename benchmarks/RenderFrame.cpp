@@ -32,10 +32,10 @@ void BM_FrameOverviewWith100Copies(benchmark::State& state) {
     PlacedOverview scene;
     render::HeadlessRenderer headless;
     const render::RenderOptions options;
-    headless.render(scene.platform, 1280, 720, options);  // first use uploads meshes and textures
+    headless.render(scene.platform.view->frame(), 1280, 720, options);  // first use uploads meshes and textures
     for (auto _ : state) {
         scene.platform.runFrame();
-        const render::Image image = headless.render(scene.platform, 1280, 720, options);
+        const render::Image image = headless.render(scene.platform.view->frame(), 1280, 720, options);
         benchmark::DoNotOptimize(image.rgba.data());
     }
     state.counters["anchors"] = static_cast<double>(scene.platform.view->arSession.anchors.size());

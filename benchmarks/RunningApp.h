@@ -1,26 +1,18 @@
 #pragma once
 // The app as the benchmarks start it: loaded, on screen, showing the overview of the solar
-// system, on the in-memory platform.
+// system, on the in-memory platform, started by the simulator's harness.
 
-#include "app/ViewController.h"
-#include "platform/memory/MemoryPlatform.h"
-
-#include <memory>
+#include "sim/Simulator.h"
 
 namespace orrery::benchmarks {
 
 struct RunningApp {
-    memory::MemoryPlatform platform;
-    std::shared_ptr<ViewController> owner = ViewController::make(platform);
-    ViewController& controller = *owner;
+    sim::Simulator simulator{memory::MemoryPlatform::defaultAssetParent()};
+    memory::MemoryPlatform& platform = simulator.platform();
+    ViewController& controller = simulator.controller();
 
     RunningApp() {
-        resetProcessState();  // the app's globals start afresh for each app
-        controller.sceneView = platform.view;
-        platform.hostViewController(controller);
-        controller.viewDidLoad();
-        controller.viewWillAppear(false);
-        platform.runFrame();
+        simulator.start();
         controller.pressButton("SolarSystemButton");
     }
 
@@ -30,8 +22,7 @@ struct RunningApp {
     void placeCopy(SCNVector3 floorPoint, CGPoint finger) {
         gestureHandled = false;
         platform.view->prepareFeatureHits({makeTranslation(floorPoint)});
-        memory::MemoryEvent event;
-        controller.touchesEndedWithEvent({std::make_shared<memory::MemoryTouch>(platform.log, finger)}, &event);
+        platform.endTouch(controller, finger);
         platform.runFrame();
     }
 };

@@ -1,7 +1,8 @@
 // The start scene: view settings, body models, button bar and gesture recognisers.
 
 #include "app/ViewController.h"
-#include "content/ControllerFields.h"
+#include "app/ControllerFields.h"
+#include "content/ModelLoading.h"
 #include "platform/Fatal.h"
 
 #include <string>
@@ -69,12 +70,7 @@ void ViewController::viewDidLoad() {
 void ViewController::loadBodyModels() {
     const auto rows = BodyCatalog::bodies();
     for (std::size_t row = 0; row < rows.size(); ++row) {
-        std::shared_ptr<SCNScene> scene = platform_.sceneNamed(std::string(rows[row].assetPath));
-        if (!scene) stopProgram();
-        std::shared_ptr<SCNNode>& handle = bodyModelField(*this, row);
-        handle = scene->rootNode();
-        if (!handle) stopProgram();
-        handle->setName(bodyNameField(*this, row));
+        std::shared_ptr<SCNNode>& handle = loadModel(platform_, rows[row].assetPath, bodyModelField(*this, row), bodyNameField(*this, row));
 
         if (row == starsRow) {
             // The star field surrounds the session origin at twenty times its model size.

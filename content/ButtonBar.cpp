@@ -1,8 +1,8 @@
 // The button bar: 18 buttons in three rows, two metres below and ahead of the start.
 
 #include "app/ViewController.h"
-#include "content/ControllerFields.h"
-#include "platform/Fatal.h"
+#include "app/ControllerFields.h"
+#include "content/ModelLoading.h"
 
 #include <array>
 #include <string>
@@ -38,12 +38,7 @@ constexpr std::array<SCNVector3, buttonRowCount> buttonPositions{{
 void ViewController::loadButtons() {
     const auto rows = BodyCatalog::buttons();
     for (std::size_t row = 0; row < rows.size(); ++row) {
-        std::shared_ptr<SCNScene> scene = platform_.sceneNamed(std::string(rows[row].assetPath));
-        if (!scene) stopProgram();
-        std::shared_ptr<SCNNode>& handle = buttonModelField(*this, row);
-        handle = scene->rootNode();
-        if (!handle) stopProgram();
-        handle->setName(buttonNameField(*this, row));
+        std::shared_ptr<SCNNode>& handle = loadModel(platform_, rows[row].assetPath, buttonModelField(*this, row), buttonNameField(*this, row));
         handle->setScale({0.2f, 0.2f, 0.2f});
         handle->setRotation({1, 0, 0, 0.7853981f});
         handle->setPosition(buttonPositions[row]);

@@ -1,4 +1,4 @@
-#include "content/ControllerFields.h"
+#include "app/ControllerFields.h"
 
 #include "platform/Fatal.h"
 

@@ -1,7 +1,7 @@
 // The info label: one orange 3D text block, replaced on every call.
 
 #include "app/ViewController.h"
-#include "content/ControllerFields.h"
+#include "app/ControllerFields.h"
 #include "platform/Fatal.h"
 
 namespace orrery {

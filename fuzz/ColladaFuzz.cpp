@@ -2,7 +2,7 @@
 // scene it returns must be usable (walked, measured, cloned).
 
 #include "fuzz/FuzzCheck.h"
-#include "platform/memory/ColladaLoader.h"
+#include "platform/memory/collada/ColladaLoader.h"
 
 #include <cstddef>
 #include <cstdint>

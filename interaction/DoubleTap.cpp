@@ -1,7 +1,7 @@
 // Double tap: show the facts of the body under the finger and select it for placement.
 
 #include "app/ViewController.h"
-#include "content/ControllerFields.h"
+#include "app/ControllerFields.h"
 #include "interaction/GesturePrologue.h"
 #include "platform/Fatal.h"
 

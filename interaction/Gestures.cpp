@@ -1,7 +1,7 @@
 // Pinch, rotation, pan and long press on the body under the fingers.
 
 #include "app/ViewController.h"
-#include "content/ControllerFields.h"
+#include "app/ControllerFields.h"
 #include "interaction/GesturePrologue.h"
 #include "platform/Fatal.h"
 

@@ -1,7 +1,7 @@
 // Touch end: press the button under the finger, or place the selected body in the room.
 
 #include "app/ViewController.h"
-#include "content/ControllerFields.h"
+#include "app/ControllerFields.h"
 #include "platform/Fatal.h"
 
 namespace orrery {

@@ -1,5 +1,5 @@
 #include "app/ViewController.h"
-#include "content/ControllerFields.h"
+#include "app/ControllerFields.h"
 #include "modes/ViewModes.h"
 #include "platform/Fatal.h"
 

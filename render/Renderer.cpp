@@ -1,9 +1,8 @@
 // The scene renderer: one shader, GPU copies of meshes, texts and textures cached by source,
-// and a draw walk over the platform's node tree.
+// and a draw walk over the frame's node tree.
 
 #include "render/Renderer.h"
 
-#include "platform/memory/MemoryPlatform.h"
 #include "render/GlMath.h"
 #include "render/RoomView.h"
 #include "render/TextMesh.h"
@@ -333,7 +332,7 @@ Renderer::~Renderer() = default;
 
 void Renderer::releaseUnused() { state_->releaseUnused(true); }
 
-void Renderer::draw(const memory::MemoryPlatform& platform, int widthPx, int heightPx, const RenderOptions& options) {
+void Renderer::draw(const memory::SceneFrame& frame, int widthPx, int heightPx, const RenderOptions& options) {
     State& s = *state_;
     ++s.frame;
     glViewport(0, 0, widthPx, heightPx);
@@ -343,7 +342,7 @@ void Renderer::draw(const memory::MemoryPlatform& platform, int widthPx, int hei
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
     if (widthPx <= 0 || heightPx <= 0) return;
 
-    const memory::SimulatedCamera& camera = platform.view->camera;
+    const memory::SimulatedCamera& camera = frame.camera;
     const Matrix projection = perspective(static_cast<float>(camera.verticalFieldOfView),
                                           static_cast<float>(widthPx) / static_cast<float>(heightPx), kNear, kFar);
     const Matrix view = rigidInverse(fromSimd(camera.transform()));
@@ -361,11 +360,11 @@ void Renderer::draw(const memory::MemoryPlatform& platform, int widthPx, int hei
     glDisable(GL_BLEND);
 
     const Colour white{1, 1, 1, 1};
-    if (options.showCameraImage) {
+    if (options.showCameraImage && frame.room) {
         // The camera feed is a backdrop: drawn with depth, then the depth is forgotten.
         std::vector<Vertex> vertices;
         std::vector<std::uint32_t> indices;
-        buildRoom(platform.view->room, vertices, indices);
+        buildRoom(*frame.room, vertices, indices);
         s.room.upload(vertices, indices);
         glDisable(GL_CULL_FACE);
         s.drawMesh(s.room, GL_TRIANGLES, viewProjection, white, nullptr, 1.0f);
@@ -374,8 +373,7 @@ void Renderer::draw(const memory::MemoryPlatform& platform, int widthPx, int hei
     }
 
     std::vector<DrawItem> items;
-    if (const auto& scene = platform.view->currentScene; scene && scene->root())
-        s.collect(*scene->root(), viewProjection, view, items);
+    if (frame.root) s.collect(*frame.root, viewProjection, view, items);
     for (const DrawItem& item : items)
         if (!item.translucent) s.drawMesh(*item.mesh, GL_TRIANGLES, item.modelViewProjection, item.colour, item.texture, kAmbientIntensity);
     std::vector<const DrawItem*> translucent;
@@ -393,10 +391,10 @@ void Renderer::draw(const memory::MemoryPlatform& platform, int widthPx, int hei
         glDisable(GL_BLEND);
     }
 
-    if (options.showFeaturePoints) {
+    if (options.showFeaturePoints && frame.room) {
         std::vector<Vertex> vertices;
         std::vector<std::uint32_t> indices;
-        buildFeaturePoints(platform.view->room, vertices, indices);
+        buildFeaturePoints(*frame.room, vertices, indices);
         s.featurePoints.upload(vertices, indices);
         if (s.desktop) glEnable(GL_PROGRAM_POINT_SIZE);
         glUniform1f(s.pointSize, std::max(2.0f, std::round(3.0f * static_cast<float>(heightPx) / 844.0f)));
@@ -405,7 +403,7 @@ void Renderer::draw(const memory::MemoryPlatform& platform, int widthPx, int hei
     }
     if (options.showAnchors) {
         std::vector<simd_float4x4> frames{matrix_identity_float4x4()};
-        for (const auto& anchor : platform.view->arSession.anchors) frames.push_back(anchor->transform());
+        frames.insert(frames.end(), frame.anchors.begin(), frame.anchors.end());
         std::vector<Vertex> vertices;
         std::vector<std::uint32_t> indices;
         buildAxes(frames, vertices, indices);

@@ -1,7 +1,8 @@
 #pragma once
-// Draws what the in-memory platform holds, as the device's AR scene view would show it.
+// Draws what the in-memory platform's view shows, as the device's AR scene view would.
 //
-// The renderer reads the platform and never changes it: the current scene's node tree
+// The renderer is given one frame as plain data (memory::SceneFrame) and never changes it: the
+// scene's node tree
 // (every mesh at its node's world transform with its material's diffuse texture or colour,
 // the info label as extruded 3D text), the AR session's anchors, and the simulated device
 // camera (pose and field of view) with the simulated room it films.
@@ -10,11 +11,9 @@
 // libepoxy, so it draws into any such context: a window's (SDL2) or a headless one
 // (render/Snapshot.h).
 
-#include <memory>
+#include "platform/memory/scene/CameraRoom.h"
 
-namespace orrery::memory {
-class MemoryPlatform;
-}
+#include <memory>
 
 namespace orrery::render {
 
@@ -44,10 +43,10 @@ public:
     Renderer(const Renderer&) = delete;
     Renderer& operator=(const Renderer&) = delete;
 
-    /// Draws one frame of `platform` into the framebuffer bound now, over the viewport
+    /// Draws `frame` into the framebuffer bound now, over the viewport
     /// (0, 0, widthPx, heightPx), clearing it first.
     ///
-    /// The view is the simulated device camera (`platform.view->camera`): its pose, its vertical
+    /// The view is the simulated device camera (`frame.camera`): its pose, its vertical
     /// field of view and near/far planes of 1 mm and 1 km; the horizontal extent follows
     /// widthPx / heightPx. At the camera's own aspect (390 x 844 points) a pixel is
     /// heightPx / 844 points, so a screen point (x, y) of the simulator lands on pixel
@@ -60,7 +59,7 @@ public:
     ///
     /// Leaves depth testing, culling and blending disabled and no program or vertex array bound,
     /// so that an overlay (a user interface panel) can draw afterwards.
-    void draw(const memory::MemoryPlatform& platform, int widthPx, int heightPx, const RenderOptions& options = {});
+    void draw(const memory::SceneFrame& frame, int widthPx, int heightPx, const RenderOptions& options = {});
 
     /// Frees the GPU copies of meshes, texts and textures no longer used by any scene.
     /// draw() does this by itself from time to time; call it to free memory at once.

@@ -2,7 +2,7 @@
 // What the simulated device camera films: the room as coloured triangles, and the debug
 // overlays (feature points, anchor axes).
 
-#include "platform/memory/MemoryPlatform.h"
+#include "platform/memory/scene/CameraRoom.h"
 #include "render/GlMath.h"
 
 #include <array>

@@ -173,13 +173,13 @@ struct HeadlessRenderer::Context {
 HeadlessRenderer::HeadlessRenderer() : context_(std::make_unique<Context>()) {}
 HeadlessRenderer::~HeadlessRenderer() = default;
 
-Image HeadlessRenderer::render(const memory::MemoryPlatform& platform, int widthPx, int heightPx, const RenderOptions& options) {
+Image HeadlessRenderer::render(const memory::SceneFrame& frame, int widthPx, int heightPx, const RenderOptions& options) {
     if (widthPx <= 0 || heightPx <= 0) throw std::runtime_error("headless rendering: the picture needs a positive size");
     Context& c = *context_;
     c.makeCurrent();
     c.resize(widthPx, heightPx);
     glBindFramebuffer(GL_FRAMEBUFFER, c.multisampledFramebuffer);
-    c.renderer->draw(platform, widthPx, heightPx, options);
+    c.renderer->draw(frame, widthPx, heightPx, options);
     glBindFramebuffer(GL_READ_FRAMEBUFFER, c.multisampledFramebuffer);
     glBindFramebuffer(GL_DRAW_FRAMEBUFFER, c.resolvedFramebuffer);
     glBlitFramebuffer(0, 0, widthPx, heightPx, 0, 0, widthPx, heightPx, GL_COLOR_BUFFER_BIT, GL_NEAREST);
@@ -224,11 +224,11 @@ extern "C" const char* __lsan_default_suppressions() {
 extern "C" const char* __lsan_default_options() { return "print_suppressions=0:intercept_tls_get_addr=0"; }
 #endif
 
-void snapshot(const memory::MemoryPlatform& platform, const std::filesystem::path& path, int widthPx, int heightPx,
+void snapshot(const memory::SceneFrame& frame, const std::filesystem::path& path, int widthPx, int heightPx,
               const RenderOptions& options) {
     thread_local std::unique_ptr<HeadlessRenderer> headless;
     if (!headless) headless = std::make_unique<HeadlessRenderer>();
-    writePng(headless->render(platform, widthPx, heightPx, options), path);
+    writePng(headless->render(frame, widthPx, heightPx, options), path);
 }
 
 } // namespace orrery::render

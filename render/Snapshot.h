@@ -35,17 +35,17 @@ public:
     HeadlessRenderer(const HeadlessRenderer&) = delete;
     HeadlessRenderer& operator=(const HeadlessRenderer&) = delete;
 
-    /// One frame of `platform` at widthPx x heightPx (see Renderer::draw).
-    Image render(const memory::MemoryPlatform& platform, int widthPx, int heightPx, const RenderOptions& options = {});
+    /// `frame` at widthPx x heightPx (see Renderer::draw).
+    Image render(const memory::SceneFrame& frame, int widthPx, int heightPx, const RenderOptions& options = {});
 
 private:
     struct Context;
     std::unique_ptr<Context> context_;
 };
 
-/// Renders one frame of `platform` headless and writes it as a PNG file: a HeadlessRenderer made
-/// for the occasion and kept for later calls on the same thread.
-void snapshot(const memory::MemoryPlatform& platform, const std::filesystem::path& path, int widthPx, int heightPx,
+/// Renders `frame` headless and writes it as a PNG file: a HeadlessRenderer made for the
+/// occasion and kept for later calls on the same thread.
+void snapshot(const memory::SceneFrame& frame, const std::filesystem::path& path, int widthPx, int heightPx,
               const RenderOptions& options = {});
 
 } // namespace orrery::render

@@ -1,7 +1,7 @@
 #pragma once
 // The info label's geometry: the laid-out glyph outlines, tessellated and extruded.
 
-#include "platform/memory/MemoryScene.h"
+#include "platform/memory/scene/MemoryScene.h"
 #include "render/GlMath.h"
 
 #include <cstdint>

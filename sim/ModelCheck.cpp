@@ -109,7 +109,7 @@ int checkModels(const std::vector<std::string>& files, std::ostream& out, std::o
     int status = 0;
     for (const auto& file : files) {
         memory::ModelReport report;
-        const auto scene = memory::loadColladaFile(file, nullptr, &report);
+        const auto scene = memory::loadColladaFile(file, &report);
         std::ostringstream diagnostics;
         const std::size_t warnings = writeModelDiagnostics(diagnostics, file, report, scene.get(), controller->nodeTextName);
         out << file << ": " << (!scene ? "refused" : warnings ? "loads with warnings" : "loads") << "\n";

@@ -2,7 +2,7 @@
 // What the simulator says about model files: why one cannot be loaded, what was left out of
 // one that loads, and `orrery-sim --check-model` for people who make models.
 
-#include "platform/memory/ColladaLoader.h"
+#include "platform/memory/collada/ColladaLoader.h"
 
 #include <filesystem>
 #include <ostream>

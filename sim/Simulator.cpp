@@ -1,6 +1,5 @@
 #include "sim/Simulator.h"
 
-#include "render/Snapshot.h"
 #include "sim/ModelCheck.h"
 #include "sim/Quoting.h"
 
@@ -77,10 +76,14 @@ Simulator::Simulator(const std::filesystem::path& assetParent)
     };
 }
 
-void Simulator::start() {
+void Simulator::attach() {
     resetProcessState();
     controller_.sceneView = platform_.view;
     platform_.hostViewController(controller_);
+}
+
+void Simulator::start() {
+    attach();
     controller_.viewDidLoad();
     controller_.viewWillAppear(false);
     platform_.runFrame();
@@ -128,9 +131,7 @@ CGPoint Simulator::resolvePoint(const PointArg& point, std::size_t line) {
 }
 
 memory::MemoryRecognizerBase& Simulator::recognizer(const char* type, std::size_t line) {
-    for (const auto& r : platform_.view->gestureRecognizers)
-        if (auto* memoryRecognizer = dynamic_cast<memory::MemoryRecognizerBase*>(r.get()))
-            if (memoryRecognizer->record.type == type) return *memoryRecognizer;
+    if (auto* found = platform_.recognizer(type)) return *found;
     throw ScenarioError(line, std::string("no ") + type + " is attached to the view");
 }
 
@@ -179,9 +180,7 @@ Output Simulator::run(const Command& command) {
         break;
     }
     case Verb::touch: {
-        CGPoint at = resolvePoint(*command.point, command.line);
-        memory::MemoryEvent event;
-        controller_.touchesEndedWithEvent({std::make_shared<memory::MemoryTouch>(platform_.log, at)}, &event);
+        platform_.endTouch(controller_, resolvePoint(*command.point, command.line));
         break;
     }
     case Verb::press: controller_.pressButton(command.name); break;
@@ -210,8 +209,9 @@ void Simulator::snapshot(const std::string& path, int width, int height, std::si
         width = static_cast<int>(std::lround(screen.width));
         height = static_cast<int>(std::lround(screen.height));
     }
+    if (!snapshotHook) throw ScenarioError(line, "snapshot: this program draws no pictures");
     try {
-        render::snapshot(platform_, path, width, height, snapshotOptions);
+        snapshotHook(platform_.view->frame(), path, width, height);
     } catch (const std::runtime_error& error) {
         throw ScenarioError(line, std::string("snapshot: ") + error.what());
     }

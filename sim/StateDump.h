@@ -1,9 +1,9 @@
 #pragma once
-// The simulator's state dump and call log lines (JSON, one object a line).
+// The simulator's state dump and call log lines (JSON, one object a line). The platform's values
+// in them are written by the one encoder of platform/memory/PlatformJson.h.
 
 #include "platform/memory/CallLog.h"
 #include "platform/memory/MemoryPlatform.h"
-#include "platform/memory/MemoryScene.h"
 
 #include <nlohmann/json.hpp>
 
@@ -21,18 +21,6 @@ struct AppFlags {
     bool gestureHandled = false;
     bool isTextShown = false;
 };
-
-/// A 32-bit value as the shortest decimal that reads back as the same float; one that is not
-/// finite as the text "inf", "-inf" or "nan", which a reader tells apart from null (no value).
-Json floatJson(float value);
-/// A 64-bit value as a number, or as floatJson writes one that is not finite.
-Json doubleJson(double value);
-Json vectorJson(SCNVector3 v);
-Json rotationJson(SCNVector4 v);
-Json matrixJson(const simd_float4x4& m);  ///< 16 numbers, column-major
-Json actionJson(const SCNAction& action);
-Json geometryJson(const SCNGeometry* geometry);
-Json nodeJson(const memory::MemoryNode& node);
 
 /// The whole dump object, keys in the documented order.
 Json stateJson(memory::MemoryPlatform& platform, const AppFlags& flags);

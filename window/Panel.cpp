@@ -1,6 +1,7 @@
 #include "window/Panel.h"
 
 #include "app/ViewController.h"
+#include "platform/memory/PlatformJson.h"
 #include "sim/StateDump.h"
 
 #include <imgui.h>
@@ -34,10 +35,10 @@ void nodeTree(const memory::MemoryNode& node, bool open = false) {
     ImGui::TextDisabled("position %.3f %.3f %.3f", p.x, p.y, p.z);
     ImGui::TextDisabled("scale %.3f %.3f %.3f", s.x, s.y, s.z);
     ImGui::TextDisabled("rotation %.3f %.3f %.3f  %.4f rad", r.x, r.y, r.z, r.w);
-    if (node.nodeGeometry()) ImGui::TextDisabled("geometry %s", sim::geometryJson(node.nodeGeometry().get())["type"].get<std::string>().c_str());
+    if (node.nodeGeometry()) ImGui::TextDisabled("geometry %s", memory::DumpJson::geometry(node.nodeGeometry().get())["type"].get<std::string>().c_str());
     for (const auto& action : node.actions())
         ImGui::TextWrapped("action %s: %s", action.key ? action.key->c_str() : "(no key)",
-                           sim::actionJson(*action.action).dump().c_str());
+                           memory::DumpJson::action(action.action.get()).dump().c_str());
     for (const auto& child : node.children()) nodeTree(*child);
     ImGui::TreePop();
 }

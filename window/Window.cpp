@@ -118,7 +118,7 @@ int runWindow(sim::Simulator& simulator, Recording* recording, const LiveSession
         glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
         const int screenWidth = static_cast<int>(std::lround(area.width * pixels));
         glViewport(0, 0, screenWidth, drawableHeight);
-        if (renderer) renderer->draw(simulator.platform(), screenWidth, drawableHeight, renderOptions);
+        if (renderer) renderer->draw(simulator.platform().view->frame(), screenWidth, drawableHeight, renderOptions);
 
         ImGui_ImplOpenGL3_NewFrame();
         ImGui_ImplSDL2_NewFrame();

@@ -101,9 +101,7 @@ App& app(std::int64_t copies) {
 }
 
 MemoryRecognizerBase& pinchRecognizer(App& a) {
-    for (const auto& r : a.platform.view->gestureRecognizers)
-        if (auto* base = dynamic_cast<MemoryRecognizerBase*>(r.get()); base && base->record.type == "UIPinchGestureRecognizer")
-            return *base;
+    if (auto* pinch = a.platform.recognizer("UIPinchGestureRecognizer")) return *pinch;
     std::abort();
 }
 
@@ -113,10 +111,8 @@ void TouchAndFrame(benchmark::State& state) {
     for (auto _ : state) {
         gestureHandled = false;
         a.platform.view->prepareFeatureHits({makeTranslation(a.spread(k))});
-        MemoryEvent event;
-        auto touch = std::make_shared<MemoryTouch>(a.platform.log, kFinger);
         const auto start = std::chrono::steady_clock::now();
-        a.controller.touchesEndedWithEvent({touch}, &event);
+        a.platform.endTouch(a.controller, kFinger);
         a.platform.runFrame();
         state.SetIterationTime(std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count());
         a.unplaceLast();

@@ -1,5 +1,7 @@
 #include "platform/memory/CallLog.h"
 
+#include "platform/memory/PlatformJson.h"
+
 #include <utility>
 
 namespace orrery::memory {
@@ -12,6 +14,16 @@ void CallLog::record(std::string op, std::optional<std::string> target, nlohmann
     // Letting go of half at a time keeps recording cheap: each call is moved at most once more.
     if (calls_.size() >= capacity_) shrinkTo(capacity_ / 2);
     calls_.push_back(PlatformCall{std::move(op), std::move(target), std::move(args)});
+}
+
+void CallLog::recordCall(const char* op, const std::optional<std::string>& target, std::initializer_list<CallArg> args) {
+    if (capacity_ == 0) {  // nobody reads the log: no need to write the arguments
+        ++droppedUnread_;
+        return;
+    }
+    nlohmann::json json = nlohmann::json::array();
+    for (const CallArg& arg : args) json.push_back(CallJson::argument(arg));
+    record(op, target, std::move(json));
 }
 
 void CallLog::shrinkTo(std::size_t kept) {

@@ -1,6 +1,8 @@
 #pragma once
 // The record of every platform call made through the in-memory implementation.
 
+#include "platform/memory/scene/CallRecorder.h"
+
 #include <nlohmann/json.hpp>
 
 #include <cstddef>
@@ -22,12 +24,14 @@ struct PlatformCall {
 /// The log keeps at most `capacity()` calls, so that a long session does not grow without
 /// bound when nobody reads it: when full, the older half is let go, calls already taken first,
 /// and unread calls let go are counted.
-class CallLog {
+class CallLog final : public CallRecorder {
 public:
     /// About 10 MB of calls; far more than any test or scenario reads between two looks.
     static constexpr std::size_t kDefaultCapacity = 65536;
 
     void record(std::string op, std::optional<std::string> target, nlohmann::json args = nlohmann::json::array());
+    /// A call on a scene object, its arguments written as JSON (platform/memory/PlatformJson.h).
+    void recordCall(const char* op, const std::optional<std::string>& target, std::initializer_list<CallArg> args) override;
     /// The calls kept, oldest first: every call since construction while fewer than capacity() were made.
     const std::vector<PlatformCall>& calls() const { return calls_; }
     /// The calls recorded since the previous takeNew(), oldest first, less those let go unread.

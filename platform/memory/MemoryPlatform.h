@@ -1,15 +1,20 @@
 #pragma once
 // The in-memory platform: a simulator of the scene view, the AR session and its
-// room, the user-interface services and the main queue, recording every call.
+// room, the user-interface services and the main queue, recording every call. Each part has
+// its own file: scene/CameraRoom.h, ARSession.h, Recognizers.h, Application.h, SceneView.h.
 //
 // Nothing runs by itself: the owner advances the simulated clock with
 // MemoryPlatform::runFrame, which reports new anchors, drains the main queue
 // and advances actions, in that order.
 
 #include "platform/Platform.h"
+#include "platform/memory/Application.h"
+#include "platform/memory/ARSession.h"
 #include "platform/memory/CallLog.h"
-#include "platform/memory/ColladaLoader.h"
-#include "platform/memory/MemoryScene.h"
+#include "platform/memory/Recognizers.h"
+#include "platform/memory/SceneView.h"
+#include "platform/memory/collada/ColladaLoader.h"
+#include "platform/memory/scene/MemoryScene.h"
 
 #include <deque>
 #include <map>
@@ -19,245 +24,11 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <vector>
 
 namespace orrery::memory {
-
-class MemoryARSCNView;
-
-/// The simulated device camera: a pose and a pinhole projection onto the view.
-struct SimulatedCamera {
-    SCNVector3 position{0, 0, 0};
-    float yaw = 0;    ///< radians; positive turns left (counter-clockwise seen from above)
-    float pitch = 0;  ///< radians; positive tilts up
-    CGSize viewport{390, 844};               ///< the view in points (portrait phone)
-    double verticalFieldOfView = 1.0471975511965976;  ///< radians (60 degrees)
-
-    /// Orientation matrix: yaw about y, then pitch about x.
-    simd_float4x4 transform() const;
-    /// World-space ray through a view point: origin and unit direction.
-    void rayThrough(CGPoint point, SCNVector3& origin, SCNVector3& direction) const;
-    /// The view point where a world position projects, or nothing when it lies behind the camera.
-    std::optional<CGPoint> project(SCNVector3 world) const;
-    /// Whether a view point lies inside the viewport.
-    bool onScreen(CGPoint point) const;
-};
-
-/// A horizontal rectangle of the simulated room on which feature points are detected.
-struct RoomSurface {
-    float height{};         ///< y of the surface
-    float minX{}, maxX{};   ///< extent in x
-    float minZ{}, maxZ{};   ///< extent in z
-};
-
-/// The room the session tracks: a floor 1.4 m below the starting device and some furniture tops.
-struct SimulatedRoom {
-    std::vector<RoomSurface> surfaces;
-    static SimulatedRoom standard();
-    /// World positions where a ray meets the surfaces, nearest first.
-    std::vector<SCNVector3> intersect(SCNVector3 origin, SCNVector3 direction) const;
-};
-
-enum class SessionState { notStarted, running, paused };
-
-class MemoryARSession final : public ARSession {
-public:
-    MemoryARSession(std::shared_ptr<CallLog> log, MemoryARSCNView& view);
-    /// Keeps the configuration and options and runs; removing existing anchors detaches their nodes.
-    void runWithConfigurationOptions(const ARWorldTrackingConfiguration& configuration, unsigned options) override;
-    /// Stops new frames and anchor reports until the next run.
-    void pause() override;
-    /// `latestFrame`: the frame of the latest runFrame while running; nothing before the first.
-    std::shared_ptr<const ARFrame> currentFrame() const override;
-    /// Queues the anchor: its node is made and reported on the next frame.
-    void addAnchor(const std::shared_ptr<ARAnchor>& anchor) override;
-
-    SessionState state = SessionState::notStarted;
-    std::optional<ARWorldTrackingConfiguration> configuration;
-    unsigned lastRunOptions = 0;
-    /// Every anchor in the order it was added.
-    std::vector<std::shared_ptr<ARAnchor>> anchors;
-    /// Anchors whose node has not been reported yet.
-    std::deque<std::shared_ptr<ARAnchor>> pendingAnchors;
-    std::shared_ptr<const ARFrame> latestFrame;
-
-private:
-    std::shared_ptr<CallLog> log_;
-    MemoryARSCNView& view_;
-};
-
-/// Settings and simulated input of a recogniser.
-struct RecognizerRecord {
-    std::string type;               ///< "UIPinchGestureRecognizer"...
-    UIViewController* target = nullptr;
-    Selector action;
-    UIGestureRecognizerDelegate* delegate = nullptr;
-    std::optional<double> minimumPressDuration;
-    std::optional<unsigned long> numberOfTapsRequired;
-    std::optional<unsigned long> numberOfTouchesRequired;
-
-    UIGestureRecognizerState state = UIGestureRecognizerState::possible;
-    CGPoint location;
-    double scale = 1.0;
-    double rotation = 0.0;
-    CGPoint translation;
-};
-
-/// The simulator's view of any recogniser: its record and its action.
-class MemoryRecognizerBase {
-public:
-    virtual ~MemoryRecognizerBase() = default;
-    RecognizerRecord record;
-    /// Calls the action on the target with the recogniser as argument.
-    virtual void sendAction() = 0;
-};
-
-/// Operations common to every recogniser type.
-template <class Base>
-class MemoryRecognizer : public Base, public MemoryRecognizerBase {
-public:
-    MemoryRecognizer(std::shared_ptr<CallLog> log, RecognizerRecord initial) : log_(std::move(log)) {
-        record = std::move(initial);
-    }
-    /// The simulated state in `record`.
-    UIGestureRecognizerState state() const override;
-    /// The simulated touch point in `record`.
-    CGPoint locationInView(const ARSCNView& view) const override;
-    void setDelegate(UIGestureRecognizerDelegate* delegate) override;
-    void sendAction() override { record.action.method(*this); }
-
-protected:
-    void note(const char* op, nlohmann::json args = nlohmann::json::array()) const;
-    std::shared_ptr<CallLog> log_;
-};
-
-class MemoryPinchRecognizer final : public MemoryRecognizer<UIPinchGestureRecognizer> {
-public:
-    using MemoryRecognizer::MemoryRecognizer;
-    double scale() const override;
-};
-
-class MemoryRotationRecognizer final : public MemoryRecognizer<UIRotationGestureRecognizer> {
-public:
-    using MemoryRecognizer::MemoryRecognizer;
-    double rotation() const override;
-};
-
-class MemoryPanRecognizer final : public MemoryRecognizer<UIPanGestureRecognizer> {
-public:
-    using MemoryRecognizer::MemoryRecognizer;
-    CGPoint translationInView(const ARSCNView& view) const override;
-};
-
-class MemoryLongPressRecognizer final : public MemoryRecognizer<UILongPressGestureRecognizer> {
-public:
-    using MemoryRecognizer::MemoryRecognizer;
-    void setMinimumPressDuration(double seconds) override;
-};
-
-class MemoryTapRecognizer final : public MemoryRecognizer<UITapGestureRecognizer> {
-public:
-    using MemoryRecognizer::MemoryRecognizer;
-    void setNumberOfTapsRequired(unsigned long taps) override;
-    /// Kept in `record`, like the number of taps.
-    void setNumberOfTouchesRequired(unsigned long touches) override;
-};
-
-class MemoryTouch final : public UITouch {
-public:
-    MemoryTouch(std::shared_ptr<CallLog> log, CGPoint point) : point(point), log_(std::move(log)) {}
-    CGPoint locationInView(const ARSCNView& view) const override;
-    CGPoint point;
-
-private:
-    std::shared_ptr<CallLog> log_;
-};
-
-class MemoryEvent final : public UIEvent {};
-
-/// One browser request.
-struct OpenURLRequest {
-    NSURL url;
-    UIApplicationOpenURLOptions options;
-    std::function<void(bool)> completionHandler;
-};
-
-class MemoryApplication final : public UIApplication {
-public:
-    explicit MemoryApplication(std::shared_ptr<CallLog> log) : log_(std::move(log)) {}
-    void openURLOptionsCompletionHandler(const NSURL& url, const UIApplicationOpenURLOptions& options,
-                                         std::function<void(bool)> completionHandler) override;
-    /// The latest browser requests, oldest first: at most kKeptURLRequests, so that a long
-    /// session pressing the help button does not grow without bound.
-    std::vector<OpenURLRequest> openedURLs;
-    /// How many earlier requests were let go to keep that bound.
-    std::size_t droppedURLRequests = 0;
-    static constexpr std::size_t kKeptURLRequests = 256;
-    /// Where completion handlers go (the platform's main queue); they run with `true`.
-    std::function<void(std::function<void()>)> enqueueOnMain;
-
-private:
-    std::shared_ptr<CallLog> log_;
-};
-
-class MemoryARSCNView final : public ARSCNView {
-public:
-    MemoryARSCNView(std::shared_ptr<CallLog> log);
-
-    /// `currentScene`.
-    std::shared_ptr<SCNScene> scene() const override;
-    /// Shows `scene` when it is a MemoryScene, else nothing.
-    void setScene(const std::shared_ptr<SCNScene>& scene) override;
-    /// Told of each anchor's node as frames report it.
-    void setDelegate(ARSCNViewDelegate* delegate) override;
-    /// Kept in `showsStatistics`.
-    void setShowsStatistics(bool shows) override;
-    /// Kept in `antialiasingMode`.
-    void setAntialiasingMode(SCNAntialiasingMode mode) override;
-    /// The simulated session, `arSession`.
-    ARSession& session() override;
-    /// The prepared hits if any, else geometricHitTest.
-    std::vector<SCNHitTestResult> hitTestOptions(CGPoint point, const SCNHitTestOptions& options) override;
-    /// The prepared hits if any, else geometricFeatureHitTest for feature-point types.
-    std::vector<ARHitTestResult> hitTestTypes(CGPoint point, std::uint64_t types) override;
-    /// Appends to `gestureRecognizers`, which the simulator's input drives.
-    void addGestureRecognizer(const std::shared_ptr<UIGestureRecognizer>& recognizer) override;
-
-    // Simulator state (not recorded)
-    std::shared_ptr<MemoryScene> currentScene;
-    ARSCNViewDelegate* delegate = nullptr;
-    std::optional<bool> showsStatistics;
-    std::optional<SCNAntialiasingMode> antialiasingMode;
-    std::vector<std::shared_ptr<UIGestureRecognizer>> gestureRecognizers;
-    SimulatedCamera camera;
-    SimulatedRoom room = SimulatedRoom::standard();
-    MemoryARSession arSession;
-    /// The node made for each reported anchor, in report order.
-    std::vector<std::pair<std::shared_ptr<ARAnchor>, std::shared_ptr<MemoryNode>>> anchorNodes;
-
-    /// Makes the node of every pending anchor, attaches it under the scene root and tells the delegate.
-    void reportPendingAnchors();
-
-    /// The next scene hit test returns these nodes (nearest first) instead of a geometric answer.
-    void prepareSceneHits(std::vector<std::shared_ptr<SCNNode>> nodes) { preparedSceneHits_ = std::move(nodes); }
-    /// The next feature-point hit test returns these world transforms instead of the room's answer.
-    void prepareFeatureHits(std::vector<simd_float4x4> transforms) { preparedFeatureHits_ = std::move(transforms); }
-
-    /// Geometric scene hit test: geometry-carrying nodes under the scene root whose world-space
-    /// bounds the camera ray meets, nearest entry first (a camera inside a box hits it where the ray
-    /// leaves), equally near ones in depth-first order. The scene's index finds the candidates.
-    std::vector<SCNHitTestResult> geometricHitTest(CGPoint point) const;
-    /// The same answer from testing every node of the scene (the reference for the index).
-    std::vector<SCNHitTestResult> exhaustiveHitTest(CGPoint point) const;
-    /// Feature points of the room under the point, nearest first.
-    std::vector<ARHitTestResult> geometricFeatureHitTest(CGPoint point) const;
-
-private:
-    std::shared_ptr<CallLog> log_;
-    std::optional<std::vector<std::shared_ptr<SCNNode>>> preparedSceneHits_;
-    std::optional<std::vector<simd_float4x4>> preparedFeatureHits_;
-};
 
 /// Model scenes by resource path, for tests that need no files.
 using SceneFactory = std::function<std::shared_ptr<MemoryScene>()>;
@@ -325,6 +96,13 @@ public:
     void runFrame(double seconds = 1.0 / 60.0);
     /// Frames of 1/60 s covering `seconds`.
     void advance(double seconds);
+
+    // Simulated input (SimulatedInput.cpp), as the simulator, the tests and the benchmarks give it.
+    /// The first recogniser attached to the view whose type ("UIPinchGestureRecognizer") or
+    /// action ("didPinch:") is `name`, or null.
+    MemoryRecognizerBase* recognizer(std::string_view name) const;
+    /// A finger lifted at `point`: touchesEnded:withEvent: on `controller` with one touch there.
+    void endTouch(UIViewController& controller, CGPoint point);
 };
 
 // Not copyable: the application's main-queue hook points back at the platform.

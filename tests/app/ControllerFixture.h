@@ -4,7 +4,8 @@
 
 #include "app/ViewController.h"
 #include "platform/memory/MemoryPlatform.h"
-#include "platform/memory/MemoryScene.h"
+#include "sim/Simulator.h"
+#include "platform/memory/scene/MemoryScene.h"
 
 #include "tests/app/ExpectedContent.h"
 
@@ -130,18 +131,18 @@ inline memory::SceneFactory unitBoxScene(std::shared_ptr<memory::CallLog> log) {
 
 class ControllerTest : public ::testing::Test {
 protected:
-    memory::MemoryPlatform platform{emptyAssetParent()};
-    std::shared_ptr<ViewController> owner = ViewController::make(platform);
-    ViewController& controller = *owner;
+    /// The simulator's harness, attached but not started: each test drives the lifecycle.
+    sim::Simulator simulator{emptyAssetParent()};
+    memory::MemoryPlatform& platform = simulator.platform();
+    ViewController& controller = simulator.controller();
 
     void SetUp() override {
-        resetProcessState();
         for (const BodyEntry& row : BodyCatalog::bodies())
             platform.preparedScenes[std::string(row.assetPath)] = unitBoxScene(platform.log);
         for (const ButtonEntry& row : BodyCatalog::buttons())
             platform.preparedScenes[std::string(row.assetPath)] = unitBoxScene(platform.log);
-        controller.sceneView = platform.view;
-        platform.hostViewController(controller);
+        platform.modelReportObserver = nullptr;  // the platform stays silent, as on the device
+        simulator.attach();
     }
 
     /// The calls since the last look, one line each.
@@ -177,10 +178,7 @@ protected:
     }
 
     memory::MemoryRecognizerBase& recognizer(const std::string& action) {
-        for (const auto& r : platform.view->gestureRecognizers) {
-            auto* base = dynamic_cast<memory::MemoryRecognizerBase*>(r.get());
-            if (base && base->record.action.name == action) return *base;
-        }
+        if (auto* found = platform.recognizer(action)) return *found;
         throw std::runtime_error("no recogniser for " + action);
     }
 
@@ -192,8 +190,7 @@ protected:
     /// A finger lifted over `node`, or over nothing.
     void touchEnd(const std::shared_ptr<SCNNode>& node) {
         prepareHit(node);
-        memory::MemoryEvent event;
-        controller.touchesEndedWithEvent({std::make_shared<memory::MemoryTouch>(platform.log, CGPoint{195, 422})}, &event);
+        platform.endTouch(controller, CGPoint{195, 422});
     }
     /// A touch off the buttons over a detected feature point with world transform `w`.
     void touchFeaturePoint(const simd_float4x4& w, const std::shared_ptr<SCNNode>& under = nullptr) {

@@ -80,6 +80,7 @@ TEST_F(LifecycleTest, AQueuedBlockKeepsTheControllerUntilItHasRun) {
     // device: the view controller goes away while the block waits on the main queue).
     auto anchorNode = MemoryNode::make();
     controller.rendererDidAddNodeForAnchor(*platform.view, anchorNode, std::make_shared<ARAnchor>(matrix_identity_float4x4()));
+    std::shared_ptr<ViewController> owner = simulator.releaseController();
     std::weak_ptr<ViewController> watch = owner;
     owner.reset();
     ASSERT_FALSE(watch.expired()) << "only the queued block holds the controller now";

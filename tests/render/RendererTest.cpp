@@ -74,7 +74,7 @@ protected:
     }
     void addCube(SCNVector3 at, const UIColor& colour, float scale = 0.2f) { add(cube(colour), at, scale); }
 
-    Image render(const RenderOptions& options) { return headless->render(platform, kWidth, kHeight, options); }
+    Image render(const RenderOptions& options) { return headless->render(platform.view->frame(), kWidth, kHeight, options); }
     /// The picture pixel of a world position, through the simulator's own camera projection.
     std::pair<double, double> pixelOf(SCNVector3 world) const {
         const auto point = platform.view->camera.project(world);

@@ -1,6 +1,7 @@
 // What the simulator does with input meant to break it: huge amounts, numbers that overflow,
 // words that cannot be printed, and sessions long enough to fill the call log.
 
+#include "platform/memory/PlatformJson.h"
 #include "sim/Narration.h"
 #include "sim/Quoting.h"
 #include "sim/Scenario.h"
@@ -88,10 +89,10 @@ TEST(BadInput, MessagesQuoteABoundedEscapedPrefix) {
 }
 
 TEST(BadInput, NumbersThatOverflowAreShownAsSuch) {
-    EXPECT_EQ(floatJson(std::numeric_limits<float>::infinity()), "inf");
-    EXPECT_EQ(floatJson(-std::numeric_limits<float>::infinity()), "-inf");
-    EXPECT_EQ(floatJson(std::nanf("")), "nan");
-    EXPECT_EQ(doubleJson(-HUGE_VAL), "-inf");
+    EXPECT_EQ(memory::DumpJson::number(std::numeric_limits<float>::infinity()), "inf");
+    EXPECT_EQ(memory::DumpJson::number(-std::numeric_limits<float>::infinity()), "-inf");
+    EXPECT_EQ(memory::DumpJson::number(std::nanf("")), "nan");
+    EXPECT_EQ(memory::DumpJson::number(-HUGE_VAL), "-inf");
 
     // One huge pinch, and an ordinary long one: every change event applies the whole accumulated scale.
     for (const int events : {1, 230}) {

@@ -1,5 +1,6 @@
 // A live session recorded and replayed headless gives the same state; SDL events drive it.
 
+#include "render/Snapshot.h"
 #include "window/LiveSession.h"
 #include "window/SdlInput.h"
 
@@ -28,13 +29,21 @@ namespace fs = std::filesystem;
 using Kind = MouseInput::Kind;
 using Button = MouseInput::Button;
 
+/// `simulator` with its pictures drawn by the renderer, as orrery-sim's main sets it.
+sim::Simulator& drawing(sim::Simulator& simulator) {
+    simulator.snapshotHook = [](const memory::SceneFrame& frame, const fs::path& file, int width, int height) {
+        render::snapshot(frame, file, width, height);
+    };
+    return simulator;
+}
+
 /// A started simulator with a live session on it that records and keeps what is printed.
 struct Live {
     sim::Simulator simulator{memory::MemoryPlatform::defaultAssetParent()};
     std::ostringstream file;
     Recording recording{&file};
     std::vector<std::string> printed;
-    LiveSession session{(simulator.start(), simulator), [this](const std::string& l) { printed.push_back(l); },
+    LiveSession session{(simulator.start(), drawing(simulator)), [this](const std::string& l) { printed.push_back(l); },
                         &recording};
 
     /// Lets time pass as the window does, a little at a time.
