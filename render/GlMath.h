@@ -19,6 +19,7 @@ struct Vertex {
     std::array<float, 3> position{};
     std::array<float, 2> texCoord{};
     Colour color{1, 1, 1, 1};
+    friend bool operator==(const Vertex&, const Vertex&) = default;
 };
 
 inline Matrix fromSimd(const simd_float4x4& m) {

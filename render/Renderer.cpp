@@ -4,13 +4,15 @@
 #include "render/Renderer.h"
 
 #include "render/GlMath.h"
+#include "render/FrustumCull.h"
 #include "render/RoomView.h"
 #include "render/TextMesh.h"
+#include "render/TextureLevels.h"
 
 #include <epoxy/gl.h>
-#include <stb/stb_image.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <map>
 #include <stdexcept>
@@ -28,8 +30,6 @@ using memory::MemoryTextGeometry;
 /// Near and far planes of the AR camera's projection (ARKit's defaults).
 constexpr float kNear = 0.001f;
 constexpr float kFar = 1000.0f;
-/// Intensity of the view's automatic ambient light relative to neutral (1000 lumens).
-constexpr float kAmbientIntensity = 1.0f;
 /// Cached GPU copies unused for this many frames are candidates for release.
 constexpr unsigned kReleaseAfterFrames = 120;
 
@@ -49,25 +49,22 @@ void main() {
 }
 )";
 
-// Colours arrive linear (textures are sRGB textures, decoded by the sampler); the light is
-// applied in linear space and the result encoded to sRGB here, so any target format works.
+// Every colour source arrives sRGB-encoded (texture bytes as stored, vertex and material colours
+// encoded once on upload) and is written unchanged. That is the device's lit colour exactly:
+// under the one neutral ambient light an unshaded material shows its diffuse colour, and each
+// draw has one colour source (a texture, a material colour, or vertex colours), the others
+// white, so no product of encoded values ever mixes two colours.
 const char* const kFragmentShader = R"(
 precision highp float;
 uniform sampler2D uTexture;
 uniform bool uUseTexture;
 uniform vec4 uColor;
-uniform float uLight;
 in vec2 vTexCoord;
 in vec4 vColor;
 out vec4 fragColor;
-vec3 encodeSrgb(vec3 c) {
-    c = clamp(c, 0.0, 1.0);
-    return mix(c * 12.92, 1.055 * pow(c, vec3(1.0 / 2.4)) - 0.055, step(vec3(0.0031308), c));
-}
 void main() {
-    vec4 base = uColor * vColor;
-    if (uUseTexture) base *= texture(uTexture, vTexCoord);
-    fragColor = vec4(encodeSrgb(base.rgb * uLight), base.a);
+    fragColor = uColor * vColor;
+    if (uUseTexture) fragColor *= texture(uTexture, vTexCoord);
 }
 )";
 
@@ -92,8 +89,15 @@ struct GpuMesh {
     GLuint vertexArray = 0, vertexBuffer = 0, indexBuffer = 0;
     GLsizei indexCount = 0;
     unsigned lastUsedFrame = 0;
+    std::array<float, 3> lo{}, hi{};  ///< the box of the vertices, for culling
 
     void upload(const std::vector<Vertex>& vertices, const std::vector<std::uint32_t>& indices) {
+        lo = hi = vertices.empty() ? std::array<float, 3>{} : vertices.front().position;
+        for (const Vertex& v : vertices)
+            for (std::size_t i = 0; i < 3; ++i) {
+                lo[i] = std::min(lo[i], v.position[i]);
+                hi[i] = std::max(hi[i], v.position[i]);
+            }
         if (!vertexArray) {
             glGenVertexArrays(1, &vertexArray);
             glGenBuffers(1, &vertexBuffer);
@@ -150,19 +154,26 @@ struct DrawItem {
     bool translucent = false;
 };
 
-Colour linearColour(const UIColor& c) {
-    return {srgbToLinear(static_cast<float>(c.red)), srgbToLinear(static_cast<float>(c.green)),
-            srgbToLinear(static_cast<float>(c.blue)), static_cast<float>(c.alpha)};
+/// A material colour as the shader takes it: sRGB-encoded, as UIColor components are.
+Colour encodedColour(const UIColor& c) {
+    return {static_cast<float>(c.red), static_cast<float>(c.green), static_cast<float>(c.blue), static_cast<float>(c.alpha)};
+}
+
+/// Vertex colours (built in linear light) encoded for the shader.
+void encodeColours(std::vector<Vertex>& vertices) {
+    for (Vertex& v : vertices)
+        for (std::size_t c = 0; c < 3; ++c) v.color[c] = encodeSrgb(v.color[c]);
 }
 
 } // namespace
 
 struct Renderer::State {
     GLuint program = 0;
-    GLint modelViewProjection = -1, pointSize = -1, texture = -1, useTexture = -1, colour = -1, light = -1;
+    GLint modelViewProjection = -1, pointSize = -1, texture = -1, useTexture = -1, colour = -1;
     std::map<const SCNGeometry*, CachedGeometry> geometries;
     std::map<std::string, GpuTexture> textures;
     GpuMesh room, featurePoints, axes;
+    std::vector<Vertex> roomVertices;  ///< what `room` holds: uploaded again only when the room changes
     unsigned frame = 0;
     bool desktop = true;
 
@@ -192,7 +203,6 @@ struct Renderer::State {
         texture = glGetUniformLocation(program, "uTexture");
         useTexture = glGetUniformLocation(program, "uUseTexture");
         colour = glGetUniformLocation(program, "uColor");
-        light = glGetUniformLocation(program, "uLight");
     }
 
     ~State() {
@@ -210,22 +220,17 @@ struct Renderer::State {
         GpuTexture& tex = it->second;
         tex.lastUsedFrame = frame;
         if (!added) return tex;
-        int width = 0, height = 0, channels = 0;
-        stbi_uc* pixels = stbi_load(path.c_str(), &width, &height, &channels, 4);
-        if (!pixels) return tex;  // an unreadable image leaves the material's white
-        // Texture coordinates put t = 0 at the bottom of the image: rows go up from the last.
-        std::vector<stbi_uc> rows(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4);
-        const std::size_t stride = static_cast<std::size_t>(width) * 4;
-        for (int y = 0; y < height; ++y)
-            std::copy_n(pixels + static_cast<std::size_t>(height - 1 - y) * stride, stride, rows.data() + static_cast<std::size_t>(y) * stride);
-        for (std::size_t i = 3; i < rows.size() && !tex.translucent; i += 4) tex.translucent = rows[i] < 255;
-        stbi_image_free(pixels);
-
+        const TextureImage image = loadTexture(path);
+        if (image.levels.empty()) return tex;  // an unreadable image leaves the material's white
+        tex.translucent = image.translucent;
         glGenTextures(1, &tex.name);
         glBindTexture(GL_TEXTURE_2D, tex.name);
         glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
-        glTexImage2D(GL_TEXTURE_2D, 0, GL_SRGB8_ALPHA8, width, height, 0, GL_RGBA, GL_UNSIGNED_BYTE, rows.data());
-        glGenerateMipmap(GL_TEXTURE_2D);
+        for (std::size_t level = 0; level < image.levels.size(); ++level) {
+            const TextureLevel& l = image.levels[level];
+            glTexImage2D(GL_TEXTURE_2D, static_cast<GLint>(level), GL_RGBA8, l.width, l.height, 0, GL_RGBA, GL_UNSIGNED_BYTE, l.rgba.data());
+        }
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAX_LEVEL, static_cast<GLint>(image.levels.size()) - 1);
         // The material defaults: clamped, linear filtering, nearest mipmap level.
         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
@@ -268,11 +273,14 @@ struct Renderer::State {
 
     void collect(const MemoryNode& node, const Matrix& viewProjection, const Matrix& view, std::vector<DrawItem>& items) {
         if (node.nodeGeometry()) {
-            if (const GpuMesh* mesh = meshFor(node.nodeGeometry()); mesh && mesh->indexCount > 0) {
+            const GpuMesh* mesh = meshFor(node.nodeGeometry());
+            const Matrix world = mesh ? fromSimd(node.worldTransform()) : Matrix{};
+            const Matrix modelViewProjection = mesh ? multiply(viewProjection, world) : Matrix{};
+            // What the camera cannot see costs nothing more (the label behind the viewer, copies aside).
+            if (mesh && mesh->indexCount > 0 && !outsideView(modelViewProjection, mesh->lo, mesh->hi)) {
                 DrawItem item;
                 item.mesh = mesh;
-                const Matrix world = fromSimd(node.worldTransform());
-                item.modelViewProjection = multiply(viewProjection, world);
+                item.modelViewProjection = modelViewProjection;
                 const Matrix inView = multiply(view, world);
                 item.viewDepth = -inView[14];
                 std::shared_ptr<memory::MemoryMaterial> material;
@@ -283,7 +291,7 @@ struct Renderer::State {
                 if (material && material->diffuseProperty) {
                     const memory::MaterialContents& contents = material->diffuseProperty->contents;
                     if (const auto* c = std::get_if<UIColor>(&contents)) {
-                        item.colour = linearColour(*c);
+                        item.colour = encodedColour(*c);
                         item.translucent = c->alpha < 1.0;
                     } else if (const auto* path = std::get_if<std::string>(&contents)) {
                         const GpuTexture& tex = textureFor(*path);
@@ -297,11 +305,9 @@ struct Renderer::State {
         for (const auto& child : node.children()) collect(*child, viewProjection, view, items);
     }
 
-    void drawMesh(const GpuMesh& mesh, GLenum mode, const Matrix& mvp, const Colour& colour, const GpuTexture* tex,
-                  float light) {
+    void drawMesh(const GpuMesh& mesh, GLenum mode, const Matrix& mvp, const Colour& colour, const GpuTexture* tex) {
         glUniformMatrix4fv(modelViewProjection, 1, GL_FALSE, mvp.data());
         glUniform4f(this->colour, colour[0], colour[1], colour[2], colour[3]);
-        glUniform1f(this->light, light);
         glUniform1i(useTexture, tex ? 1 : 0);
         if (tex) glBindTexture(GL_TEXTURE_2D, tex->name);
         glBindVertexArray(mesh.vertexArray);
@@ -365,9 +371,13 @@ void Renderer::draw(const memory::SceneFrame& frame, int widthPx, int heightPx, 
         std::vector<Vertex> vertices;
         std::vector<std::uint32_t> indices;
         buildRoom(*frame.room, vertices, indices);
-        s.room.upload(vertices, indices);
+        encodeColours(vertices);
+        if (vertices != s.roomVertices || !s.room.vertexArray) {
+            s.room.upload(vertices, indices);
+            s.roomVertices = std::move(vertices);
+        }
         glDisable(GL_CULL_FACE);
-        s.drawMesh(s.room, GL_TRIANGLES, viewProjection, white, nullptr, 1.0f);
+        s.drawMesh(s.room, GL_TRIANGLES, viewProjection, white, nullptr);
         glEnable(GL_CULL_FACE);
         glClear(GL_DEPTH_BUFFER_BIT);
     }
@@ -375,7 +385,7 @@ void Renderer::draw(const memory::SceneFrame& frame, int widthPx, int heightPx, 
     std::vector<DrawItem> items;
     if (frame.root) s.collect(*frame.root, viewProjection, view, items);
     for (const DrawItem& item : items)
-        if (!item.translucent) s.drawMesh(*item.mesh, GL_TRIANGLES, item.modelViewProjection, item.colour, item.texture, kAmbientIntensity);
+        if (!item.translucent) s.drawMesh(*item.mesh, GL_TRIANGLES, item.modelViewProjection, item.colour, item.texture);
     std::vector<const DrawItem*> translucent;
     for (const DrawItem& item : items)
         if (item.translucent) translucent.push_back(&item);
@@ -386,7 +396,7 @@ void Renderer::draw(const memory::SceneFrame& frame, int widthPx, int heightPx, 
         glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
         glDepthMask(GL_FALSE);
         for (const DrawItem* item : translucent)
-            s.drawMesh(*item->mesh, GL_TRIANGLES, item->modelViewProjection, item->colour, item->texture, kAmbientIntensity);
+            s.drawMesh(*item->mesh, GL_TRIANGLES, item->modelViewProjection, item->colour, item->texture);
         glDepthMask(GL_TRUE);
         glDisable(GL_BLEND);
     }
@@ -395,10 +405,11 @@ void Renderer::draw(const memory::SceneFrame& frame, int widthPx, int heightPx, 
         std::vector<Vertex> vertices;
         std::vector<std::uint32_t> indices;
         buildFeaturePoints(*frame.room, vertices, indices);
+        encodeColours(vertices);
         s.featurePoints.upload(vertices, indices);
         if (s.desktop) glEnable(GL_PROGRAM_POINT_SIZE);
         glUniform1f(s.pointSize, std::max(2.0f, std::round(3.0f * static_cast<float>(heightPx) / 844.0f)));
-        s.drawMesh(s.featurePoints, GL_POINTS, viewProjection, white, nullptr, 1.0f);
+        s.drawMesh(s.featurePoints, GL_POINTS, viewProjection, white, nullptr);
         glUniform1f(s.pointSize, 1.0f);
     }
     if (options.showAnchors) {
@@ -407,8 +418,9 @@ void Renderer::draw(const memory::SceneFrame& frame, int widthPx, int heightPx, 
         std::vector<Vertex> vertices;
         std::vector<std::uint32_t> indices;
         buildAxes(frames, vertices, indices);
+        encodeColours(vertices);
         s.axes.upload(vertices, indices);
-        s.drawMesh(s.axes, GL_LINES, viewProjection, white, nullptr, 1.0f);
+        s.drawMesh(s.axes, GL_LINES, viewProjection, white, nullptr);
     }
 
     glBindVertexArray(0);

@@ -53,9 +53,10 @@ public:
     /// (x * widthPx / 390, y * heightPx / 844) counted from the top left.
     ///
     /// Lighting is what the scene view gives models when the app adds no lights: one neutral
-    /// ambient light, so materials show their diffuse colour unshaded; colours are worked in
-    /// linear space and written sRGB-encoded. Back faces are culled; textures with an alpha
-    /// channel (Saturn's rings) are blended after the opaque meshes.
+    /// ambient light, so materials show their diffuse colour unshaded, written sRGB-encoded
+    /// (texture mip levels are averaged in linear light). Back faces are culled, and meshes whose
+    /// box lies outside the view are not drawn; textures with an alpha channel (Saturn's rings,
+    /// the star field's sky) are blended after the opaque meshes, far to near.
     ///
     /// Leaves depth testing, culling and blending disabled and no program or vertex array bound,
     /// so that an overlay (a user interface panel) can draw afterwards.

@@ -57,6 +57,7 @@ struct HeadlessRenderer::Context {
     GLuint multisampledFramebuffer = 0, colourSamples = 0, depthSamples = 0;
     GLuint resolvedFramebuffer = 0, resolvedColour = 0;
     int width = 0, height = 0;
+    int requestedSamples = HeadlessRenderer::kDeviceSamples;
     std::unique_ptr<Renderer> renderer;
 
     Context() {
@@ -120,7 +121,8 @@ struct HeadlessRenderer::Context {
         releaseFramebuffers();
         GLint maxSamples = 0;
         glGetIntegerv(GL_MAX_SAMPLES, &maxSamples);
-        const GLsizei samples = std::min(4, static_cast<int>(maxSamples));
+        // Zero samples is a plain framebuffer; one would still be a multisampled one.
+        const GLsizei samples = requestedSamples > 1 ? std::min(requestedSamples, static_cast<int>(maxSamples)) : 0;
         glGenRenderbuffers(1, &colourSamples);
         glBindRenderbuffer(GL_RENDERBUFFER, colourSamples);
         glRenderbufferStorageMultisample(GL_RENDERBUFFER, samples, GL_RGBA8, w, h);
@@ -170,7 +172,7 @@ struct HeadlessRenderer::Context {
     ~Context() { release(); }
 };
 
-HeadlessRenderer::HeadlessRenderer() : context_(std::make_unique<Context>()) {}
+HeadlessRenderer::HeadlessRenderer(int samples) : context_(std::make_unique<Context>()) { context_->requestedSamples = std::max(1, samples); }
 HeadlessRenderer::~HeadlessRenderer() = default;
 
 Image HeadlessRenderer::render(const memory::SceneFrame& frame, int widthPx, int heightPx, const RenderOptions& options) {

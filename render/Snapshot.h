@@ -23,14 +23,16 @@ void writePng(const Image& image, const std::filesystem::path& path);
 /// Reads a PNG file as RGBA. Throws std::runtime_error when it cannot be read.
 Image readPng(const std::filesystem::path& path);
 
-/// A headless OpenGL context (EGL surfaceless) with its own Renderer, drawing into a
-/// 4x multisampled offscreen framebuffer, as the app's scene view does (4x multisampling).
+/// A headless OpenGL context (EGL surfaceless) with its own Renderer, drawing into an
+/// offscreen framebuffer: 4x multisampled by default, as the app's scene view draws
+/// (snapshots and golden images), or with one sample a pixel, as the live window draws.
 ///
 /// Making the context takes a while; keep one for many pictures. Throws std::runtime_error
 /// when no EGL display or OpenGL 3.3 core / OpenGL ES 3.0 context can be had.
 class HeadlessRenderer {
 public:
-    HeadlessRenderer();
+    static constexpr int kDeviceSamples = 4;  ///< the app's SCNAntialiasingModeMultisampling4X
+    explicit HeadlessRenderer(int samples = kDeviceSamples);
     ~HeadlessRenderer();
     HeadlessRenderer(const HeadlessRenderer&) = delete;
     HeadlessRenderer& operator=(const HeadlessRenderer&) = delete;
