@@ -1,6 +1,7 @@
 #include "sim/Simulator.h"
 
 #include "sim/ModelCheck.h"
+#include "platform/memory/scene/SceneIndex.h"
 #include "sim/Quoting.h"
 
 #include <algorithm>
@@ -24,15 +25,15 @@ SCNVector3 transformPoint(const simd_float4x4& m, SCNVector3 p) {
 
 struct Box {
     bool empty = true;
-    SCNVector3 min, max;
-    void add(SCNVector3 p) {
+    SCNBoundingBox bounds;
+    void add(const SCNBoundingBox& b) {
         if (empty) {
-            min = max = p;
+            bounds = b;
             empty = false;
             return;
         }
-        min = {std::min(min.x, p.x), std::min(min.y, p.y), std::min(min.z, p.z)};
-        max = {std::max(max.x, p.x), std::max(max.y, p.y), std::max(max.z, p.z)};
+        bounds = {{std::min(bounds.min.x, b.min.x), std::min(bounds.min.y, b.min.y), std::min(bounds.min.z, b.min.z)},
+                  {std::max(bounds.max.x, b.max.x), std::max(bounds.max.y, b.max.y), std::max(bounds.max.z, b.max.z)}};
     }
 };
 
@@ -44,12 +45,7 @@ SCNBoundingBox geometryBounds(const SCNGeometry& geometry) {
 
 /// Bounds of `node`'s subtree geometry in the space that `toReference` maps the node into.
 void addSubtreeBounds(const MemoryNode& node, const simd_float4x4& toReference, Box& box) {
-    if (node.nodeGeometry()) {
-        SCNBoundingBox b = geometryBounds(*node.nodeGeometry());
-        for (int corner = 0; corner < 8; ++corner)
-            box.add(transformPoint(toReference, {corner & 1 ? b.max.x : b.min.x, corner & 2 ? b.max.y : b.min.y,
-                                                 corner & 4 ? b.max.z : b.min.z}));
-    }
+    if (node.nodeGeometry()) box.add(memory::transformedBox(toReference, geometryBounds(*node.nodeGeometry())));
     for (const auto& child : node.children()) addSubtreeBounds(*child, simd_mul(toReference, child->localTransform()), box);
 }
 
@@ -118,8 +114,9 @@ CGPoint Simulator::resolvePoint(const PointArg& point, std::size_t line) {
     if (!node) throw ScenarioError(line, "no node named " + quotedWord(point.nodeName) + " is in the scene");
     Box box;
     addSubtreeBounds(*node, matrix_identity_float4x4(), box);
-    SCNVector3 centre = box.empty ? SCNVector3{} : SCNVector3{(box.min.x + box.max.x) / 2, (box.min.y + box.max.y) / 2,
-                                                              (box.min.z + box.max.z) / 2};
+    const SCNBoundingBox& b = box.bounds;
+    SCNVector3 centre = box.empty ? SCNVector3{} : SCNVector3{(b.min.x + b.max.x) / 2, (b.min.y + b.max.y) / 2,
+                                                              (b.min.z + b.max.z) / 2};
     SCNVector3 world = transformPoint(node->worldTransform(), centre);
     const auto& camera = platform_.view->camera;
     auto screen = camera.project(world);

@@ -3,6 +3,8 @@
 // hit test has to walk it: the nodes whose actions run, and a bounding-volume hierarchy over
 // the world-space boxes of its geometry.
 
+#include "platform/SceneKit.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -12,6 +14,11 @@
 namespace orrery::memory {
 
 class MemoryNode;
+
+/// The axis-aligned box, in the space `transform` maps into, around `box` placed by it: the box of
+/// its eight corners, each carried over in 32-bit floats. What the box tree keeps (padded) and
+/// what the simulator projects to find a node on the screen.
+SCNBoundingBox transformedBox(const simd_float4x4& transform, const SCNBoundingBox& box);
 
 /// An axis-aligned box in world space.
 struct WorldBox {
