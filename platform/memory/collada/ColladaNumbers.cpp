@@ -1,9 +1,10 @@
 #include "platform/memory/collada/ColladaNumbers.h"
 
+#include "platform/memory/text/Quoting.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <cstdio>
 #include <limits>
 
 namespace orrery::memory::collada {
@@ -120,19 +121,7 @@ bool parseIndices(const char* p, std::vector<std::uint32_t>& out, std::size_t ex
 }
 
 std::string quoted(std::string_view word) {
-    std::string out = "\"";
-    for (std::size_t i = 0; i < word.size() && i < kMaxQuoted; ++i) {
-        const auto c = static_cast<unsigned char>(word[i]);
-        if (c >= 0x20 && c < 0x7f && c != '"' && c != '\\') {
-            out += static_cast<char>(c);
-        } else {
-            char escaped[8];
-            std::snprintf(escaped, sizeof escaped, "\\x%02X", c);
-            out += escaped;
-        }
-    }
-    if (word.size() > kMaxQuoted) out += "...";
-    return out + '"';
+    return memory::quoted(word, {.mark = '"', .maxBytes = kMaxQuoted, .keepUtf8 = false, .doubleBackslash = false, .tellSize = false});
 }
 
 } // namespace orrery::memory::collada
