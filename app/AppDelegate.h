@@ -1,4 +1,5 @@
-// The application delegate: the window and the view controller come from Main.storyboard.
+// The application delegate. The window scene (SceneDelegate, Info.plist) makes the window and
+// the view controller from Main.storyboard; this class only answers the application events.
 #import <UIKit/UIKit.h>
 
 @interface AppDelegate : UIResponder <UIApplicationDelegate>

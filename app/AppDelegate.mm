@@ -1,6 +1,6 @@
 #include "platform/device/RequireARC.h"
 
-#import "AppDelegate.h"
+#import "app/AppDelegate.h"
 
 // Nothing of its own: the session pauses and resumes through the view's appear and disappear events.
 @implementation AppDelegate

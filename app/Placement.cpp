@@ -10,8 +10,11 @@ void ViewController::rendererDidAddNodeForAnchor(ARSCNView& /*renderer*/, const 
     // Called on the rendering thread: only the class test happens here, the scene changes on the main queue.
     if (anchor && isKindOfClassARPlaneAnchor(*anchor)) return;
     // The block keeps the controller alive until it has run, whoever else lets go of it meanwhile.
+    // Only `make` builds a controller, so an empty reference means its last owner has let go
+    // and it is being taken apart: its view is a member and stops reporting (waiting for this
+    // call) before anything read here is gone. The anchor's node goes with the view.
     std::shared_ptr<ViewController> self = weak_from_this().lock();
-    if (!self) stopProgram();
+    if (!self) return;
     platform_.mainQueueAsync([self = std::move(self), node] { self->placeSelectedBody(node); });
 }
 

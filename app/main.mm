@@ -2,7 +2,7 @@
 
 #import <UIKit/UIKit.h>
 
-#import "AppDelegate.h"
+#import "app/AppDelegate.h"
 
 int main(int argc, char* argv[]) {
     @autoreleasepool {

@@ -56,7 +56,8 @@ void buildRoom(const memory::SimulatedRoom& room, std::vector<Vertex>& vertices,
     const float y = floor->height, top = y + kCeilingAboveFloor;
 
     // Floor boards in a checker of half-metre tiles, so distance and tilt read at a glance.
-    const Colour boardA = linearFromSrgb(0.56f, 0.44f, 0.33f), boardB = linearFromSrgb(0.49f, 0.38f, 0.28f);
+    const auto board = [](const std::array<float, 3>& c) { return linearFromSrgb(c[0], c[1], c[2]); };
+    const Colour boardA = board(kFloorBoardsSrgb[0]), boardB = board(kFloorBoardsSrgb[1]);
     int row = 0;
     for (float z = floor->minZ; z < floor->maxZ - 1e-4f; z += kTile, ++row) {
         int column = 0;

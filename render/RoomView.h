@@ -5,10 +5,14 @@
 #include "platform/memory/scene/CameraRoom.h"
 #include "render/GlMath.h"
 
+#include <array>
 #include <cstdint>
 #include <vector>
 
 namespace orrery::render {
+
+/// The floor's two board colours (sRGB, 0 to 1), laid in a checker of half-metre tiles.
+inline constexpr std::array<std::array<float, 3>, 2> kFloorBoardsSrgb{{{0.56f, 0.44f, 0.33f}, {0.49f, 0.38f, 0.28f}}};
 
 /// The room: a tiled floor (the lowest surface), walls and ceiling around it, and every other
 /// surface as a block from the floor up to its top. Triangles, counter-clockwise seen from inside.

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Installs every Debian package the project needs (build, tests, simulator, asset tools, benchmarks).
-# Safe to run again: it does nothing when all packages are present.
+# Installs every Debian package the project needs (build, tests, simulator, asset tools, benchmarks),
+# then the npm packages of package-lock.json (tools the tests run).
+# Safe to run again: it does nothing when everything is present.
 # Extra package names as arguments are installed the same way (scripts/device-build.sh uses it).
 set -euo pipefail
 
@@ -9,15 +10,30 @@ packages=(
   libpugixml-dev libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev
   libassimp-dev libstb-dev libfreetype-dev fonts-dejavu-core
   libepoxy-dev libegl-dev libegl-mesa0 libgl1-mesa-dri libsdl2-dev libimgui-dev
-  libglu1-mesa-dev libfontconfig-dev libssl-dev assimp-utils
+  libglu1-mesa-dev libfontconfig-dev libssl-dev assimp-utils libplist-dev nodejs
   "$@"
 )
+root=$(cd "$(dirname "$0")/.." && pwd)
 
 missing=()
 for p in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q "install ok installed" || missing+=("$p")
 done
-[ ${#missing[@]} -eq 0 ] && exit 0
+# Debian's nodejs comes without npm; a Node.js from elsewhere may bring its own.
+command -v npm >/dev/null 2>&1 || missing+=(npm)
+
+install_npm_packages() {
+  # From the registry only, exactly as locked; nothing else is downloaded.
+  if [ ! -x "$root/node_modules/.bin/action-validator" ] ||
+     [ "$root/package-lock.json" -nt "$root/node_modules/.package-lock.json" ]; then
+    (cd "$root" && npm ci --no-audit --no-fund --loglevel=error)
+  fi
+}
+
+if [ ${#missing[@]} -eq 0 ]; then
+  install_npm_packages
+  exit 0
+fi
 
 if [ "$(id -u)" -eq 0 ]; then
   sudo=()
@@ -31,3 +47,4 @@ fi
 echo "setup: installing ${missing[*]}" >&2
 "${sudo[@]}" apt-get update
 DEBIAN_FRONTEND=noninteractive "${sudo[@]}" apt-get install -y --no-install-recommends "${missing[@]}"
+install_npm_packages

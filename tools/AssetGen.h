@@ -59,9 +59,19 @@ std::array<double, 3> surfaceDirection(double latitudeDegrees, double longitudeD
 
 enum class MapKind {
     globe,  ///< equirectangular surface map, north up, east to the right, longitude 0 in the middle
-    sky,    ///< equirectangular sky map, north up, east to the left (the sky seen from inside)
+    sky,    ///< equirectangular sky map, north up, east to the left (the sky seen from inside);
+            ///< its texture is transparent where the sky is dark (skyTexel)
     strip,  ///< an image used as it is (Saturn's ring profile: left edge inner, RGBA)
 };
+
+/// Channels of the texture made from a map of this kind: RGB for globes, RGBA otherwise.
+constexpr int textureChannels(MapKind kind) { return kind == MapKind::globe ? 3 : 4; }
+
+/// A sky texel for a colour of a map of light on black (sRGB bytes): as opaque as its
+/// brightest channel in linear light, its colour that light divided by the opacity. Blended in
+/// linear light over black, as the device blends, it gives the map's colour back; over the
+/// camera image, the darkness between the stars lets the room through.
+std::array<std::uint8_t, 4> skyTexel(const std::array<double, 3>& srgb);
 
 /// A map in one of Debian's data packages and the texture made from it.
 struct MapSource {

@@ -118,12 +118,16 @@ std::array<double, 4> sample(const Image& map, double s, double t) {
     return out;
 }
 
+double srgbToLinear(double v) { return v <= 0.04045 ? v / 12.92 : std::pow((v + 0.055) / 1.055, 2.4); }
+double linearToSrgb(double v) { return v <= 0.0031308 ? v * 12.92 : 1.055 * std::pow(v, 1 / 2.4) - 0.055; }
+
 /// The texture of a sphere model from an equirectangular map: every texel averages the map over
 /// the directions the mesh shows it at. A globe map has east to the right (seen from outside);
-/// a sky map has east to the left (seen from inside), as the sky is.
+/// a sky map has east to the left (seen from inside), as the sky is, and is transparent where
+/// the sky is dark (skyTexel).
 Image sphereFromMap(const Image& map, const MapSource& source) {
     const bool inside = source.kind == MapKind::sky;
-    Image out(source.width, source.height, 3);
+    Image out(source.width, source.height, textureChannels(source.kind));
     const int steps = std::max(1, (map.width + out.width - 1) / out.width);
     for (int y = 0; y < out.height; ++y)
         for (int x = 0; x < out.width; ++x) {
@@ -137,12 +141,32 @@ Image sphereFromMap(const Image& map, const MapSource& source) {
                     for (int c = 0; c < 3; ++c) sum[c] += s[c];
                 }
             std::uint8_t* p = out.at(x, y);
-            for (int c = 0; c < 3; ++c) p[c] = static_cast<std::uint8_t>(std::lround(sum[c] / (steps * steps)));
+            for (int c = 0; c < 3; ++c) sum[c] /= steps * steps;
+            if (inside) {
+                const auto texel = skyTexel({sum[0], sum[1], sum[2]});
+                std::copy(texel.begin(), texel.end(), p);
+            } else {
+                for (int c = 0; c < 3; ++c) p[c] = static_cast<std::uint8_t>(std::lround(sum[c]));
+            }
         }
     return out;
 }
 
 } // namespace
+
+std::array<std::uint8_t, 4> skyTexel(const std::array<double, 3>& srgb) {
+    std::array<double, 3> linear{};
+    for (int c = 0; c < 3; ++c) linear[c] = srgbToLinear(std::clamp(srgb[c] / 255.0, 0.0, 1.0));
+    // The colour is divided by the opacity as stored, so that the two bytes recompose the light.
+    const double alpha = std::round(std::max({linear[0], linear[1], linear[2]}) * 255) / 255;
+    std::array<std::uint8_t, 4> texel{};
+    for (int c = 0; c < 3; ++c) {
+        const double colour = alpha > 0 ? std::min(1.0, linear[c] / alpha) : 0.0;
+        texel[c] = static_cast<std::uint8_t>(std::lround(linearToSrgb(colour) * 255));
+    }
+    texel[3] = static_cast<std::uint8_t>(std::lround(alpha * 255));
+    return texel;
+}
 
 const std::vector<MapSource>& mapSources() { return kSources; }
 

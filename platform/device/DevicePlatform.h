@@ -44,10 +44,6 @@ public:
     /// Safe on any thread.
     static std::shared_ptr<orrery::SCNNode> wrapNode(::SCNNode* node);
 #endif
-    /// Takes the delegate bridge and the recognisers off the framework view behind a wrapper
-    /// made by `wrapView`, so that the framework calls nothing of the wrapper or its delegate
-    /// any more; waits for a renderer callback in flight. Main thread.
-    static void detachView(orrery::ARSCNView& view);
 };
 
 } // namespace orrery::device

@@ -11,9 +11,9 @@
 //   reference, so a recogniser that outlives its wrapper calls nothing;
 // - a view wrapper keeps its framework view and the delegate bridge; the view holds the
 //   bridge weakly. The bridge points back at the view wrapper and the delegate without
-//   owning them: `detach` (called by the view's owner before it lets go of the controller,
-//   and by the view wrapper's destructor) clears both under the bridge's lock, waits for a
-//   callback in flight on the rendering thread, and takes the recognisers off the view.
+//   owning them: `detach` (run by the view wrapper's destructor, so when the controller that
+//   owns the wrapper goes) clears both under the bridge's lock, waits for a callback in flight
+//   on the rendering thread, and takes the recognisers off the view.
 
 #include "platform/device/RequireARC.h"
 
@@ -94,7 +94,10 @@ SCNVector3 toFW(orrery::SCNVector3 v) { return SCNVector3Make(v.x, v.y, v.z); }
 orrery::SCNVector4 fromFW(SCNVector4 v) { return {float(v.x), float(v.y), float(v.z), float(v.w)}; }
 SCNVector4 toFW(orrery::SCNVector4 v) { return SCNVector4Make(v.x, v.y, v.z, v.w); }
 NSString* toNS(const std::string& s) { return [[NSString alloc] initWithBytes:s.data() length:s.size() encoding:NSUTF8StringEncoding]; }
-std::string fromNS(NSString* s) { return s ? std::string([s UTF8String]) : std::string(); }
+std::string fromNS(NSString* s) {
+    const char* utf8 = s.UTF8String;  // nil for nil, and NULL when the text cannot be encoded
+    return utf8 ? std::string(utf8) : std::string();
+}
 orrery::simd_float4x4 fromFW(simd_float4x4 m) {
     orrery::simd_float4x4 r;
     for (int c = 0; c < 4; ++c)
@@ -144,8 +147,10 @@ private:
 };
 
 orrery::SCNBoundingBox boundsOf(id<SCNBoundingVolume> volume) {
-    SCNVector3 lo, hi;
-    [volume getBoundingBoxMin:&lo max:&hi];
+    // Without an extent (no geometry below) the framework leaves both corners unwritten; the
+    // box is then empty at the origin, as the framework's own boundingBox property reports it.
+    SCNVector3 lo = SCNVector3Zero, hi = SCNVector3Zero;
+    if (![volume getBoundingBoxMin:&lo max:&hi]) return {};
     return {fromFW(lo), fromFW(hi)};
 }
 
@@ -472,8 +477,6 @@ std::shared_ptr<orrery::SCNNode> DevicePlatform::wrapNode(::FWNode* node) {
 std::shared_ptr<orrery::ARSCNView> DevicePlatform::wrapView(::FWView* view) { return std::make_shared<DeviceView>(view); }
 
 ::FWView* DevicePlatform::unwrapView(const orrery::ARSCNView& view) { return static_cast<const DeviceView&>(view).v; }
-
-void DevicePlatform::detachView(orrery::ARSCNView& view) { static_cast<DeviceView&>(view).detach(); }
 
 std::shared_ptr<SCNScene> DevicePlatform::newScene() { return std::make_shared<DeviceScene>([FWScene scene]); }
 

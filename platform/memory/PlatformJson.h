@@ -9,11 +9,11 @@
 // "-inf" or "nan" in both, never null, which means "no value".
 
 #include "platform/SceneKit.h"
+#include "platform/memory/numbers/NumberText.h"
 #include "platform/memory/scene/MemoryScene.h"
 
 #include <nlohmann/json.hpp>
 
-#include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <optional>
@@ -42,7 +42,7 @@ struct PlatformJson {
         if (!std::isfinite(value) || floats == FloatText::widened) return number(static_cast<double>(value));
         // The shortest float text, held as the double it names: that double prints as the same text.
         char buf[64];
-        auto [end, ec] = std::to_chars(buf, buf + sizeof buf - 1, value);
+        auto [end, ec] = numbers::writeNumber(buf, buf + sizeof buf - 1, value);
         if (ec != std::errc()) return static_cast<double>(value);
         *end = '\0';
         return std::strtod(buf, nullptr);

@@ -90,6 +90,46 @@ TEST_F(LifecycleTest, AQueuedBlockKeepsTheControllerUntilItHasRun) {
     EXPECT_TRUE(watch.expired()) << "the block dropped its reference after running";
 }
 
+/// A scene view whose renderer reports one more anchor while it is being taken down, as the
+/// device's rendering thread may while the controller that owns the view goes away.
+class ReportingOnTeardownView final : public ARSCNView {
+public:
+    explicit ReportingOnTeardownView(std::shared_ptr<ARSCNView> inner, std::shared_ptr<MemoryNode> lateAnchorNode)
+        : inner_(std::move(inner)), lateAnchorNode_(std::move(lateAnchorNode)) {}
+    ~ReportingOnTeardownView() override {
+        if (delegate_) delegate_->rendererDidAddNodeForAnchor(*this, lateAnchorNode_, std::make_shared<ARAnchor>(matrix_identity_float4x4()));
+    }
+    std::shared_ptr<SCNScene> scene() const override { return inner_->scene(); }
+    void setScene(const std::shared_ptr<SCNScene>& scene) override { inner_->setScene(scene); }
+    void setDelegate(ARSCNViewDelegate* delegate) override { delegate_ = delegate; }
+    void setShowsStatistics(bool shows) override { inner_->setShowsStatistics(shows); }
+    void setAntialiasingMode(SCNAntialiasingMode mode) override { inner_->setAntialiasingMode(mode); }
+    ARSession& session() override { return inner_->session(); }
+    std::vector<SCNHitTestResult> hitTestOptions(CGPoint point, const SCNHitTestOptions& options) override {
+        return inner_->hitTestOptions(point, options);
+    }
+    std::vector<ARHitTestResult> hitTestTypes(CGPoint point, std::uint64_t types) override { return inner_->hitTestTypes(point, types); }
+    void addGestureRecognizer(const std::shared_ptr<UIGestureRecognizer>& recognizer) override { inner_->addGestureRecognizer(recognizer); }
+
+private:
+    std::shared_ptr<ARSCNView> inner_;
+    std::shared_ptr<MemoryNode> lateAnchorNode_;
+    ARSCNViewDelegate* delegate_ = nullptr;
+};
+
+TEST(ControllerTeardown, AnAnchorReportedWhileTheControllerGoesPlacesNothing) {
+    memory::MemoryPlatform platform{std::filesystem::temp_directory_path()};
+    auto lateAnchorNode = MemoryNode::make();
+    std::shared_ptr<ViewController> owner = ViewController::make(platform);
+    owner->sceneView = std::make_shared<ReportingOnTeardownView>(platform.view, lateAnchorNode);
+    owner->sceneView->setDelegate(owner.get());
+    std::weak_ptr<ViewController> watch = owner;
+    owner.reset();  // the report arrives from the view's destructor and must neither stop nor queue
+    EXPECT_TRUE(watch.expired());
+    EXPECT_TRUE(platform.mainQueue.empty());
+    EXPECT_TRUE(lateAnchorNode->children().empty());
+}
+
 TEST_F(LifecycleTest, DetachedModelsArePlacedAndCopiesRespondLikeModels) {
     touchEnd(controller.nodeUranusButtonModel);
     gesture("didLongPress:", State::began, meshOf(controller.nodeUranusModel));

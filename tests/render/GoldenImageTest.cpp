@@ -3,6 +3,7 @@
 // tests/render/scenes, run by the orrery-sim binary; tools/regenerate-pictures.sh remakes the
 // golden images (it runs this test with ORRERY_UPDATE_GOLDENS=1).
 
+#include "render/RoomView.h"
 #include "render/Snapshot.h"
 
 #include "tests/support/Programs.h"
@@ -90,6 +91,27 @@ INSTANTIATE_TEST_SUITE_P(Scenes, GoldenImage, ::testing::Values("start", "button
                              std::ranges::replace(name, '-', '_');  // test names take no '-'
                              return name;
                          });
+
+TEST(CameraImage, TheFloorShowsThroughTheStarFieldAtStart) {
+    // The star field surrounds the viewer; the camera image (here the simulated room) must show
+    // through its dark sky. Looking down at the floor from the start position, most pixels are
+    // the floor's boards, the Milky Way laid faintly over them.
+    TempDir work;
+    const auto run = runSimIn(work.path, "-", "camera 0 0 0 3.1 -0.9\nsnapshot floor.png 130x281\n");
+    ASSERT_EQ(run.status, 0) << run.err;
+    const Image picture = readPng(work.path / "floor.png");
+    std::size_t pixels = 0, board = 0;
+    for (std::size_t p = 0; p < picture.rgba.size(); p += 4, ++pixels) {
+        int nearest = 255;
+        for (const auto& colour : orrery::render::kFloorBoardsSrgb) {
+            int worst = 0;
+            for (int c = 0; c < 3; ++c) worst = std::max(worst, std::abs(picture.rgba[p + c] - static_cast<int>(colour[c] * 255 + 0.5f)));
+            nearest = std::min(nearest, worst);
+        }
+        board += nearest <= 24;
+    }
+    EXPECT_GT(static_cast<double>(board) / static_cast<double>(pixels), 0.6) << board << " of " << pixels << " pixels are floor boards";
+}
 
 TEST(SnapshotCommand, WritesPicturesOfTheAskedSizeOrFails) {
     struct Case {

@@ -9,6 +9,8 @@
 #include <stb_image.h>
 
 #include <algorithm>
+#include <array>
+#include <cmath>
 #include <cstdio>
 #include <filesystem>
 #include <map>
@@ -88,8 +90,25 @@ TEST(AssetFiles, MapTexturesHaveTheirRecordedFormats) {
         SCOPED_TRACE(source.texture);
         int width = 0, height = 0, channels = 0;
         ASSERT_TRUE(stbi_info(committedTexture(source.texture + ".png").c_str(), &width, &height, &channels));
-        const int rgbaOrRgb = source.kind == assetgen::MapKind::strip ? 4 : 3;
-        EXPECT_EQ(std::tuple(width, height, channels), std::tuple(source.width, source.height, rgbaOrRgb));
+        EXPECT_EQ(std::tuple(width, height, channels), std::tuple(source.width, source.height, assetgen::textureChannels(source.kind)));
+    }
+}
+
+TEST(SkyTexel, GivesTheMapsColourBackOverBlackAndLetsTheDarkThrough) {
+    const auto linear = [](double byte) {
+        const double v = byte / 255;
+        return v <= 0.04045 ? v / 12.92 : std::pow((v + 0.055) / 1.055, 2.4);
+    };
+    const std::vector<std::array<double, 3>> colours{{0, 0, 0},     {255, 255, 255}, {40, 40, 40},  {3, 3, 3},
+                                                     {200, 100, 50}, {10, 30, 120},  {255, 0, 0},   {90, 85, 80}};
+    for (const auto& srgb : colours) {
+        SCOPED_TRACE(::testing::Message() << srgb[0] << "," << srgb[1] << "," << srgb[2]);
+        const auto texel = assetgen::skyTexel(srgb);
+        const double alpha = texel[3] / 255.0;
+        // Opaque exactly where the map is at full brightness.
+        EXPECT_EQ(texel[3] == 255, std::max({srgb[0], srgb[1], srgb[2]}) == 255);
+        // Over black, in linear light: alpha x colour is the map's light within a byte's rounding.
+        for (int c = 0; c < 3; ++c) EXPECT_NEAR(alpha * linear(texel[c]), linear(srgb[c]), 0.5 / 255 + 0.004 * linear(srgb[c])) << c;
     }
 }
 

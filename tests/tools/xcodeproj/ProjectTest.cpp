@@ -1,17 +1,23 @@
 // The committed Xcode project compiles exactly the device build's sources, names only files
-// that exist, copies the app's resources, and is what the generator writes; the device build
-// script steps aside plainly where there is no SDK.
+// that exist, copies the app's resources, shows warnings without failing on them, shares a
+// scheme that builds its app, and is what the generator writes; the device build script steps
+// aside plainly where there is no SDK.
 
 #include "tests/support/Programs.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+#include <plist/plist.h>
+#include <pugixml.hpp>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cctype>
 #include <filesystem>
 #include <functional>
 #include <map>
+#include <memory>
+#include <regex>
 #include <set>
 #include <sstream>
 #include <stdexcept>
@@ -27,6 +33,7 @@ namespace fs = std::filesystem;
 
 const fs::path kRoot = ORRERY_SOURCE_DIR;
 const fs::path kProject = kRoot / "OrreryAR.xcodeproj" / "project.pbxproj";
+const fs::path kScheme = kRoot / "OrreryAR.xcodeproj" / "xcshareddata" / "xcschemes" / "OrreryAR.xcscheme";
 const fs::path kTools = kRoot / "tools" / "xcodeproj";
 
 using Json = nlohmann::json;
@@ -172,10 +179,135 @@ TEST(XcodeProject, CompilesExactlyTheDeviceSourcesAndNamesOnlyExistingFiles) {
 
 TEST(XcodeProject, IsWhatTheGeneratorWrites) {
     const TempDir scratch;
-    const fs::path out = scratch.path / "project.pbxproj";
-    cmake({"-DOUTPUT=" + out.string(), "-P", (kTools / "generate.cmake").string()});
-    EXPECT_TRUE(readFile(out) == readFile(kProject))
-        << "OrreryAR.xcodeproj is out of date: run `cmake -P tools/xcodeproj/generate.cmake`";
+    const fs::path project = scratch.path / "project.pbxproj", scheme = scratch.path / "OrreryAR.xcscheme";
+    cmake({"-DOUTPUT=" + project.string(), "-DSCHEME=" + scheme.string(), "-P", (kTools / "generate.cmake").string()});
+    const char* regenerate = "OrreryAR.xcodeproj is out of date: run `cmake -P tools/xcodeproj/generate.cmake`";
+    EXPECT_TRUE(readFile(project) == readFile(kProject)) << regenerate;
+    EXPECT_TRUE(readFile(scheme) == readFile(kScheme)) << regenerate;
+}
+
+TEST(XcodeProject, ShowsWarningsWithoutFailingOnThem) {
+    // Whoever only wants to run the app must not be stopped by a warning that only a newer
+    // compiler gives; CI turns them into errors on its own command lines.
+    const Json project = readOldStylePlist(readFile(kProject));
+    std::size_t configurations = 0, warning = 0;
+    for (const auto& [id, object] : project.at("objects").items()) {
+        if (object.value("isa", "") != "XCBuildConfiguration") continue;
+        ++configurations;
+        const Json& settings = object.at("buildSettings");
+        EXPECT_FALSE(settings.contains("GCC_TREAT_WARNINGS_AS_ERRORS")) << object.value("name", id);
+        warning += settings.contains("WARNING_CFLAGS");
+    }
+    EXPECT_EQ(configurations, 4u) << "Debug and Release of the project and of the app target";
+    EXPECT_EQ(warning, 2u) << "the project's Debug and Release ask for the warnings";
+}
+
+TEST(XcodeProject, SharedSchemeBuildsRunsAndArchivesTheAppTarget) {
+    const Json project = readOldStylePlist(readFile(kProject));
+    const Json& objects = project.at("objects");
+    std::string appTarget, productPath;
+    for (const auto& [id, object] : objects.items())
+        if (object.value("productType", "") == "com.apple.product-type.application") {
+            appTarget = id;
+            productPath = objects.at(object.at("productReference").get<std::string>()).value("path", "");
+        }
+    ASSERT_FALSE(appTarget.empty());
+
+    pugi::xml_document scheme;
+    ASSERT_TRUE(scheme.load_file(kScheme.c_str())) << kScheme;
+    const std::vector<std::pair<const char*, const char*>> actions{
+        {"BuildAction", "BuildActionEntries/BuildActionEntry/BuildableReference"},
+        {"LaunchAction", "BuildableProductRunnable/BuildableReference"},
+        {"ProfileAction", "BuildableProductRunnable/BuildableReference"}};
+    for (const auto& [action, path] : actions) {
+        const pugi::xml_node reference = scheme.child("Scheme").child(action).first_element_by_path(path);
+        EXPECT_EQ(std::string(reference.attribute("BlueprintIdentifier").value()), appTarget) << action;
+        EXPECT_EQ(std::string(reference.attribute("BuildableName").value()), productPath) << action;
+        EXPECT_EQ(std::string(reference.attribute("ReferencedContainer").value()), "container:OrreryAR.xcodeproj") << action;
+    }
+    const pugi::xml_node entry = scheme.child("Scheme").child("BuildAction").first_element_by_path("BuildActionEntries/BuildActionEntry");
+    for (const char* use : {"buildForRunning", "buildForArchiving"}) EXPECT_STREQ(entry.attribute(use).value(), "YES") << use;
+    EXPECT_STREQ(scheme.child("Scheme").child("ArchiveAction").attribute("buildConfiguration").value(), "Release");
+}
+
+/// A property list as the platform reads it, freed with the list.
+using Plist = std::unique_ptr<std::remove_pointer_t<plist_t>, decltype(&plist_free)>;
+
+Plist readPlist(const fs::path& file) {
+    const std::string text = readFile(file);
+    plist_t root = nullptr;
+    plist_from_xml(text.data(), static_cast<std::uint32_t>(text.size()), &root);
+    return {root, &plist_free};
+}
+
+/// The string at `key` of a dictionary, or "" when there is no such string.
+std::string stringAt(plist_t dict, const char* key) {
+    plist_t item = dict ? plist_dict_get_item(dict, key) : nullptr;
+    if (!item || plist_get_node_type(item) != PLIST_STRING) return "";
+    char* value = nullptr;
+    plist_get_string_val(item, &value);
+    std::string out = value ? value : "";
+    std::free(value);  // the caller owns the copy
+    return out;
+}
+
+/// The Objective-C methods a file implements, as selectors ("application:didFinishLaunchingWithOptions:").
+std::set<std::string> implementedSelectors(const std::string& source) {
+    std::set<std::string> selectors;
+    const std::regex method(R"(^- \([^)]*\)([^{;]*)\{)", std::regex::multiline);
+    const std::regex argument(R"(\([^)]*\)\s*\w+|\s+)");  // "(UIApplication*)application" and spaces
+    for (auto m = std::sregex_iterator(source.begin(), source.end(), method); m != std::sregex_iterator(); ++m)
+        selectors.insert(std::regex_replace((*m)[1].str(), argument, ""));
+    return selectors;
+}
+
+TEST(AppShell, OneWindowSceneMadeFromTheMainStoryboardByADelegateWithNothingOfItsOwn) {
+    const Plist info = readPlist(kRoot / "app" / "Info.plist");
+    ASSERT_TRUE(info) << "app/Info.plist is not a property list";
+    plist_t manifest = plist_dict_get_item(info.get(), "UIApplicationSceneManifest");
+    ASSERT_TRUE(manifest) << "no scene manifest: apps built with current SDKs do not launch without one";
+    plist_t multiple = plist_dict_get_item(manifest, "UIApplicationSupportsMultipleScenes");
+    std::uint8_t supportsMultiple = 1;
+    if (multiple && plist_get_node_type(multiple) == PLIST_BOOLEAN) plist_get_bool_val(multiple, &supportsMultiple);
+    EXPECT_EQ(supportsMultiple, 0) << "one window: the app keeps process-wide state";
+    plist_t configurations = plist_dict_get_item(manifest, "UISceneConfigurations");
+    plist_t roles = configurations ? plist_dict_get_item(configurations, "UIWindowSceneSessionRoleApplication") : nullptr;
+    ASSERT_TRUE(roles && plist_get_node_type(roles) == PLIST_ARRAY);
+    ASSERT_EQ(plist_array_get_size(roles), 1u);
+    plist_t scene = plist_array_get_item(roles, 0);
+
+    // The storyboard: a real one, copied into the app, not the launch screen, holding the controller.
+    const std::string storyboard = stringAt(scene, "UISceneStoryboardFile");
+    EXPECT_NE(storyboard, "");
+    EXPECT_NE(storyboard, stringAt(info.get(), "UILaunchStoryboardName"));
+    const ProjectContents project = readProject(readOldStylePlist(readFile(kProject)));
+    EXPECT_TRUE(project.copied.contains("app/" + storyboard + ".storyboard")) << storyboard;
+    pugi::xml_document document;
+    ASSERT_TRUE(document.load_file((kRoot / "app" / "Base.lproj" / (storyboard + ".storyboard")).c_str())) << storyboard;
+    const std::string initial = document.child("document").attribute("initialViewController").value();
+    const pugi::xml_node controller = document.find_node([&](const pugi::xml_node& n) { return initial == n.attribute("id").value(); });
+    EXPECT_STREQ(controller.attribute("customClass").value(), "ORViewController");
+
+    // The delegate: declared in app/ as a window scene delegate with a window, implementing nothing.
+    const std::string delegate = stringAt(scene, "UISceneDelegateClassName");
+    ASSERT_NE(delegate, "");
+    const std::string header = readFile(kRoot / "app" / (delegate + ".h"));
+    EXPECT_TRUE(std::regex_search(header, std::regex("@interface " + delegate + R"( : UIResponder <UIWindowSceneDelegate>)"))) << header;
+    EXPECT_TRUE(std::regex_search(header, std::regex(R"(@property\(strong, nonatomic\) UIWindow\* window;)"))) << header;
+    const std::string source = readFile(kRoot / "app" / (delegate + ".mm"));
+    EXPECT_NE(source.find("@implementation " + delegate), std::string::npos);
+    EXPECT_EQ(implementedSelectors(source), std::set<std::string>{});
+    EXPECT_TRUE(project.compiled.contains("app/" + delegate + ".mm"));
+}
+
+TEST(AppShell, TheApplicationDelegateAnswersExactlyTheApplicationEvents) {
+    EXPECT_EQ(implementedSelectors(readFile(kRoot / "app" / "AppDelegate.mm")),
+              (std::set<std::string>{"application:didFinishLaunchingWithOptions:", "applicationWillResignActive:",
+                                     "applicationDidEnterBackground:", "applicationWillEnterForeground:",
+                                     "applicationDidBecomeActive:", "applicationWillTerminate:"}));
+    // The selector reader itself: keywords kept, argument names and types dropped.
+    EXPECT_EQ(implementedSelectors("- (void)a:(int)x b:(NSSet<X*>*)y {\n}\n- (BOOL)plain {\n}\n"),
+              (std::set<std::string>{"a:b:", "plain"}));
 }
 
 TEST(DeviceBuildScript, WithoutAnSdkSaysSoInOneLineAndSucceeds) {

@@ -1,6 +1,6 @@
 #include "platform/device/RequireARC.h"
 
-#import "platform/device/ORViewController.h"
+#import "app/ORViewController.h"
 
 #include "app/ViewController.h"
 #include "platform/device/DevicePlatform.h"
@@ -30,8 +30,12 @@ orrery::device::DevicePlatform& devicePlatform() {
 
 } // namespace
 
+// Teardown needs no order here: the controller owns its view wrapper, whose destructor cuts
+// every way back from the framework view (waiting for a renderer callback in flight), and a
+// callback that finds the controller already let go of does nothing.
 @implementation ORViewController {
     // Shared: a main-queue block may keep the controller alive after this object is gone.
+    // Empty until the view has loaded; every event before that is the framework's alone.
     std::shared_ptr<orrery::ViewController> _controller;
 }
 
@@ -42,12 +46,6 @@ orrery::device::DevicePlatform& devicePlatform() {
     _controller->viewDidLoad();
 }
 
-- (void)dealloc {
-    // From here on the framework reaches neither the controller nor its view wrapper; a block
-    // already queued still holds the controller and runs safely.
-    if (_controller && _controller->sceneView) orrery::device::DevicePlatform::detachView(*_controller->sceneView);
-}
-
 // The status bar stays hidden after launch too (Info.plist hides it only while launching).
 - (BOOL)prefersStatusBarHidden {
     return YES;
@@ -55,21 +53,39 @@ orrery::device::DevicePlatform& devicePlatform() {
 
 - (void)viewWillAppear:(BOOL)animated {
     [super viewWillAppear:animated];
-    _controller->viewWillAppear(animated);
+    if (_controller) _controller->viewWillAppear(animated);
 }
 
 - (void)viewWillDisappear:(BOOL)animated {
     [super viewWillDisappear:animated];
-    _controller->viewWillDisappear(animated);
+    if (_controller) _controller->viewWillDisappear(animated);
 }
 
 - (void)didReceiveMemoryWarning {
     [super didReceiveMemoryWarning];
-    _controller->didReceiveMemoryWarning();
+    if (_controller) _controller->didReceiveMemoryWarning();
+}
+
+// UIKit asks for all four touch methods when one is overridden without calling super; only
+// the end of a touch means anything to the app.
+- (void)touchesBegan:(NSSet<::UITouch*>*)touches withEvent:(UIEvent*)event {
+    (void)touches;
+    (void)event;
+}
+
+- (void)touchesMoved:(NSSet<::UITouch*>*)touches withEvent:(UIEvent*)event {
+    (void)touches;
+    (void)event;
+}
+
+- (void)touchesCancelled:(NSSet<::UITouch*>*)touches withEvent:(UIEvent*)event {
+    (void)touches;
+    (void)event;
 }
 
 - (void)touchesEnded:(NSSet<::UITouch*>*)touches withEvent:(UIEvent*)event {
     (void)event;
+    if (!_controller) return;
     orrery::UITouchSet set;
     for (::UITouch* touch in touches) set.push_back(std::make_shared<DeviceTouch>(touch));
     _controller->touchesEndedWithEvent(set, nullptr);
