@@ -40,6 +40,10 @@ void BM_FrameOverviewWith100Copies(benchmark::State& state) {
     }
     state.counters["anchors"] = static_cast<double>(scene.platform.view->arSession.anchors.size());
 }
-BENCHMARK(BM_FrameOverviewWith100Copies)->Unit(benchmark::kMillisecond)->Repetitions(5)->ReportAggregatesOnly(true)->MinTime(2.0);
+BENCHMARK(BM_FrameOverviewWith100Copies)
+    ->Unit(benchmark::kMillisecond)
+    ->Repetitions(5)
+    ->ReportAggregatesOnly(true)
+    ->MinTime(2.0);
 
-} // namespace
+}  // namespace

@@ -102,18 +102,22 @@ struct GpuMesh {
             glBindBuffer(GL_ARRAY_BUFFER, vertexBuffer);
             glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, indexBuffer);
             glEnableVertexAttribArray(0);
-            glVertexAttribPointer(0, 3, GL_FLOAT, GL_FALSE, sizeof(Vertex), reinterpret_cast<void*>(offsetof(Vertex, position)));
+            glVertexAttribPointer(0, 3, GL_FLOAT, GL_FALSE, sizeof(Vertex),
+                                  reinterpret_cast<void*>(offsetof(Vertex, position)));
             glEnableVertexAttribArray(1);
-            glVertexAttribPointer(1, 2, GL_FLOAT, GL_FALSE, sizeof(Vertex), reinterpret_cast<void*>(offsetof(Vertex, texCoord)));
+            glVertexAttribPointer(1, 2, GL_FLOAT, GL_FALSE, sizeof(Vertex),
+                                  reinterpret_cast<void*>(offsetof(Vertex, texCoord)));
             glEnableVertexAttribArray(2);
-            glVertexAttribPointer(2, 4, GL_FLOAT, GL_FALSE, sizeof(Vertex), reinterpret_cast<void*>(offsetof(Vertex, color)));
+            glVertexAttribPointer(2, 4, GL_FLOAT, GL_FALSE, sizeof(Vertex),
+                                  reinterpret_cast<void*>(offsetof(Vertex, color)));
         } else {
             glBindVertexArray(vertexArray);
             glBindBuffer(GL_ARRAY_BUFFER, vertexBuffer);
         }
-        glBufferData(GL_ARRAY_BUFFER, static_cast<GLsizeiptr>(vertices.size() * sizeof(Vertex)), vertices.data(), GL_STATIC_DRAW);
-        glBufferData(GL_ELEMENT_ARRAY_BUFFER, static_cast<GLsizeiptr>(indices.size() * sizeof(std::uint32_t)), indices.data(),
+        glBufferData(GL_ARRAY_BUFFER, static_cast<GLsizeiptr>(vertices.size() * sizeof(Vertex)), vertices.data(),
                      GL_STATIC_DRAW);
+        glBufferData(GL_ELEMENT_ARRAY_BUFFER, static_cast<GLsizeiptr>(indices.size() * sizeof(std::uint32_t)),
+                     indices.data(), GL_STATIC_DRAW);
         indexCount = static_cast<GLsizei>(indices.size());
         glBindVertexArray(0);
     }
@@ -155,7 +159,7 @@ Colour linearColour(const UIColor& c) {
             srgbToLinear(static_cast<float>(c.blue)), static_cast<float>(c.alpha)};
 }
 
-} // namespace
+}  // namespace
 
 struct Renderer::State {
     GLuint program = 0;
@@ -217,7 +221,8 @@ struct Renderer::State {
         std::vector<stbi_uc> rows(static_cast<std::size_t>(width) * static_cast<std::size_t>(height) * 4);
         const std::size_t stride = static_cast<std::size_t>(width) * 4;
         for (int y = 0; y < height; ++y)
-            std::copy_n(pixels + static_cast<std::size_t>(height - 1 - y) * stride, stride, rows.data() + static_cast<std::size_t>(y) * stride);
+            std::copy_n(pixels + static_cast<std::size_t>(height - 1 - y) * stride, stride,
+                        rows.data() + static_cast<std::size_t>(y) * stride);
         for (std::size_t i = 3; i < rows.size() && !tex.translucent; i += 4) tex.translucent = rows[i] < 255;
         stbi_image_free(pixels);
 
@@ -266,7 +271,8 @@ struct Renderer::State {
         return &cached.mesh;
     }
 
-    void collect(const MemoryNode& node, const Matrix& viewProjection, const Matrix& view, std::vector<DrawItem>& items) {
+    void collect(const MemoryNode& node, const Matrix& viewProjection, const Matrix& view,
+                 std::vector<DrawItem>& items) {
         if (node.nodeGeometry()) {
             if (const GpuMesh* mesh = meshFor(node.nodeGeometry()); mesh && mesh->indexCount > 0) {
                 DrawItem item;
@@ -375,7 +381,9 @@ void Renderer::draw(const memory::SceneFrame& frame, int widthPx, int heightPx, 
     std::vector<DrawItem> items;
     if (frame.root) s.collect(*frame.root, viewProjection, view, items);
     for (const DrawItem& item : items)
-        if (!item.translucent) s.drawMesh(*item.mesh, GL_TRIANGLES, item.modelViewProjection, item.colour, item.texture, kAmbientIntensity);
+        if (!item.translucent)
+            s.drawMesh(*item.mesh, GL_TRIANGLES, item.modelViewProjection, item.colour, item.texture,
+                       kAmbientIntensity);
     std::vector<const DrawItem*> translucent;
     for (const DrawItem& item : items)
         if (item.translucent) translucent.push_back(&item);
@@ -386,7 +394,8 @@ void Renderer::draw(const memory::SceneFrame& frame, int widthPx, int heightPx, 
         glBlendFunc(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA);
         glDepthMask(GL_FALSE);
         for (const DrawItem* item : translucent)
-            s.drawMesh(*item->mesh, GL_TRIANGLES, item->modelViewProjection, item->colour, item->texture, kAmbientIntensity);
+            s.drawMesh(*item->mesh, GL_TRIANGLES, item->modelViewProjection, item->colour, item->texture,
+                       kAmbientIntensity);
         glDepthMask(GL_TRUE);
         glDisable(GL_BLEND);
     }
@@ -420,4 +429,4 @@ void Renderer::draw(const memory::SceneFrame& frame, int widthPx, int heightPx, 
     if (s.frame % kReleaseAfterFrames == 0) s.releaseUnused(false);
 }
 
-} // namespace orrery::render
+}  // namespace orrery::render

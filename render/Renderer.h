@@ -70,4 +70,4 @@ private:
     std::unique_ptr<State> state_;
 };
 
-} // namespace orrery::render
+}  // namespace orrery::render

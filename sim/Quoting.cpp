@@ -4,6 +4,8 @@
 
 namespace orrery::sim {
 
-std::string quotedWord(std::string_view word) { return memory::quoted(word, {.mark = '\'', .maxBytes = kQuotedPrefixBytes}); }
+std::string quotedWord(std::string_view word) {
+    return memory::quoted(word, {.mark = '\'', .maxBytes = kQuotedPrefixBytes});
+}
 
-} // namespace orrery::sim
+}  // namespace orrery::sim

@@ -46,7 +46,8 @@ SCNBoundingBox geometryBounds(const SCNGeometry& geometry) {
 /// Bounds of `node`'s subtree geometry in the space that `toReference` maps the node into.
 void addSubtreeBounds(const MemoryNode& node, const simd_float4x4& toReference, Box& box) {
     if (node.nodeGeometry()) box.add(memory::transformedBox(toReference, geometryBounds(*node.nodeGeometry())));
-    for (const auto& child : node.children()) addSubtreeBounds(*child, simd_mul(toReference, child->localTransform()), box);
+    for (const auto& child : node.children())
+        addSubtreeBounds(*child, simd_mul(toReference, child->localTransform()), box);
 }
 
 std::shared_ptr<MemoryNode> firstWithGeometry(const std::shared_ptr<MemoryNode>& node) {
@@ -62,7 +63,7 @@ std::string formatPoint(CGPoint p) {
     return buf;
 }
 
-} // namespace
+}  // namespace
 
 Simulator::Simulator(const std::filesystem::path& assetParent)
     : platform_(assetParent), controllerOwner_(ViewController::make(platform_)), controller_(*controllerOwner_) {
@@ -104,7 +105,9 @@ std::shared_ptr<SCNNode> Simulator::resolveTarget(const TargetArg& target, std::
     if (!node) throw ScenarioError(line, "no node named " + quotedWord(target.nodeName));
     if (!target.mesh) return node;
     auto mesh = firstWithGeometry(node);
-    if (!mesh) throw ScenarioError(line, "node " + quotedWord(target.nodeName) + " has no geometry-carrying node in its subtree");
+    if (!mesh)
+        throw ScenarioError(line,
+                            "node " + quotedWord(target.nodeName) + " has no geometry-carrying node in its subtree");
     return mesh;
 }
 
@@ -115,8 +118,9 @@ CGPoint Simulator::resolvePoint(const PointArg& point, std::size_t line) {
     Box box;
     addSubtreeBounds(*node, matrix_identity_float4x4(), box);
     const SCNBoundingBox& b = box.bounds;
-    SCNVector3 centre = box.empty ? SCNVector3{} : SCNVector3{(b.min.x + b.max.x) / 2, (b.min.y + b.max.y) / 2,
-                                                              (b.min.z + b.max.z) / 2};
+    SCNVector3 centre = box.empty
+                            ? SCNVector3{}
+                            : SCNVector3{(b.min.x + b.max.x) / 2, (b.min.y + b.max.y) / 2, (b.min.z + b.max.z) / 2};
     SCNVector3 world = transformPoint(node->worldTransform(), centre);
     const auto& camera = platform_.view->camera;
     auto screen = camera.project(world);
@@ -224,4 +228,4 @@ std::string Simulator::bodyName(int index) {
     return model ? memory::asMemory(model)->nodeName.value_or("") : std::string{};
 }
 
-} // namespace orrery::sim
+}  // namespace orrery::sim

@@ -21,9 +21,9 @@ namespace fs = std::filesystem;
 const fs::path kRoot = ORRERY_SOURCE_DIR;
 
 struct Row {
-    std::vector<std::string> folders;     ///< "app/"; or an ending such as "*.mm"
-    std::set<std::string> mayFolders;     ///< "platform/"; "*" for any
-    std::set<std::string> mayLibraries;   ///< "std", "GLU"...
+    std::vector<std::string> folders;    ///< "app/"; or an ending such as "*.mm"
+    std::set<std::string> mayFolders;    ///< "platform/"; "*" for any
+    std::set<std::string> mayLibraries;  ///< "std", "GLU"...
 };
 
 std::string trim(const std::string& s) {
@@ -89,13 +89,27 @@ const Row* rowOf(const std::vector<Row>& rows, const std::string& relative) {
 /// The library an angle-bracket include belongs to.
 std::string libraryOf(const std::string& header) {
     const std::pair<const char*, const char*> known[] = {
-        {"GL/glu.h", "GLU"},         {"ft2build.h", "FreeType"},     {"fontconfig/", "fontconfig"},
-        {"pugixml", "pugixml"},      {"nlohmann/", "nlohmann/json"}, {"epoxy/egl.h", "EGL"},
-        {"epoxy/", "GL"},            {"stb", "stb"},                 {"SDL", "SDL2"},
-        {"imgui", "ImGui"},          {"backends/imgui", "ImGui"},    {"benchmark/", "Google Benchmark"},
-        {"assimp/", "Assimp"},       {"openssl/", "OpenSSL"},        {"gtest/", "GoogleTest"},
-        {"gmock/", "GoogleTest"},    {"UIKit/", "Apple frameworks"}, {"SceneKit/", "Apple frameworks"},
-        {"ARKit/", "Apple frameworks"}, {"Foundation/", "Apple frameworks"}, {"objc/", "Apple frameworks"},
+        {"GL/glu.h", "GLU"},
+        {"ft2build.h", "FreeType"},
+        {"fontconfig/", "fontconfig"},
+        {"pugixml", "pugixml"},
+        {"nlohmann/", "nlohmann/json"},
+        {"epoxy/egl.h", "EGL"},
+        {"epoxy/", "GL"},
+        {"stb", "stb"},
+        {"SDL", "SDL2"},
+        {"imgui", "ImGui"},
+        {"backends/imgui", "ImGui"},
+        {"benchmark/", "Google Benchmark"},
+        {"assimp/", "Assimp"},
+        {"openssl/", "OpenSSL"},
+        {"gtest/", "GoogleTest"},
+        {"gmock/", "GoogleTest"},
+        {"UIKit/", "Apple frameworks"},
+        {"SceneKit/", "Apple frameworks"},
+        {"ARKit/", "Apple frameworks"},
+        {"Foundation/", "Apple frameworks"},
+        {"objc/", "Apple frameworks"},
     };
     for (const auto& [prefix, library] : known)
         if (header.rfind(prefix, 0) == 0) return library;
@@ -221,4 +235,4 @@ TEST(IncludeRules, TheRowsRefuseWhatTheyLeaveOut) {
     }
 }
 
-} // namespace
+}  // namespace

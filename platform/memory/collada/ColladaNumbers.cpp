@@ -11,7 +11,7 @@ namespace orrery::memory::collada {
 
 namespace {
 
-constexpr std::size_t kMaxQuoted = 24;         // bytes of a word quoted in a message
+constexpr std::size_t kMaxQuoted = 24;  // bytes of a word quoted in a message
 
 inline bool isSpace(char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
 inline bool isDigit(char c) { return static_cast<unsigned char>(c - '0') < 10; }
@@ -83,7 +83,7 @@ void startList(std::vector<Value>& out, std::size_t expected) {
     out.reserve(std::min(expected, kMaxReserve));
 }
 
-} // namespace
+}  // namespace
 
 bool parseFloats(const char* p, std::vector<float>& out, std::size_t expected, std::string* why, std::size_t most) {
     startList(out, expected);
@@ -102,7 +102,8 @@ bool parseFloats(const char* p, std::vector<float>& out, std::size_t expected, s
     }
 }
 
-bool parseIndices(const char* p, std::vector<std::uint32_t>& out, std::size_t expected, std::string* why, std::size_t most) {
+bool parseIndices(const char* p, std::vector<std::uint32_t>& out, std::size_t expected, std::string* why,
+                  std::size_t most) {
     startList(out, expected);
     while (true) {
         while (isSpace(*p)) ++p;
@@ -121,7 +122,8 @@ bool parseIndices(const char* p, std::vector<std::uint32_t>& out, std::size_t ex
 }
 
 std::string quoted(std::string_view word) {
-    return memory::quoted(word, {.mark = '"', .maxBytes = kMaxQuoted, .keepUtf8 = false, .doubleBackslash = false, .tellSize = false});
+    return memory::quoted(
+        word, {.mark = '"', .maxBytes = kMaxQuoted, .keepUtf8 = false, .doubleBackslash = false, .tellSize = false});
 }
 
-} // namespace orrery::memory::collada
+}  // namespace orrery::memory::collada

@@ -25,7 +25,8 @@ std::optional<WorldBox> worldBoxOf(const simd_float4x4& world, const SCNBounding
     for (std::size_t axis = 0; axis < 3; ++axis) {
         const double low = lo[axis], high = hi[axis];
         const double pad = 1e-5 * (std::abs(low + high) / 2 + (high - low) / 2) + 1e-7;
-        if (!std::isfinite(low - pad) || !std::isfinite(high + pad) || std::abs(low - pad) > 1e30 || std::abs(high + pad) > 1e30)
+        if (!std::isfinite(low - pad) || !std::isfinite(high + pad) || std::abs(low - pad) > 1e30 ||
+            std::abs(high + pad) > 1e30)
             return std::nullopt;
         out.lo[axis] = static_cast<float>(low - pad);
         out.hi[axis] = static_cast<float>(high + pad);
@@ -50,7 +51,7 @@ void walk(MemoryNode& subtree, Visit&& visit) {
     for (const auto& child : subtree.children()) walk(*child, visit);
 }
 
-} // namespace
+}  // namespace
 
 // ---------------------------------------------------------------- boxes
 
@@ -403,4 +404,4 @@ void SceneIndex::candidates(const std::array<double, 3>& origin, const std::arra
     nodes.insert(nodes.end(), loose_.begin(), loose_.end());
 }
 
-} // namespace orrery::memory
+}  // namespace orrery::memory

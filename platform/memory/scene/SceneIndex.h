@@ -65,8 +65,8 @@ private:
     struct Entry {
         WorldBox box;
         Id parent = none, left = none, right = none;
-        std::int32_t height = 0;       ///< 0 for a leaf
-        MemoryNode* owner = nullptr;   ///< leaves only
+        std::int32_t height = 0;      ///< 0 for a leaf
+        MemoryNode* owner = nullptr;  ///< leaves only
     };
 
     /// A free entry, from the free chain or appended.
@@ -149,4 +149,4 @@ private:
 
 static_assert(!std::is_copy_constructible_v<SceneIndex>);
 
-} // namespace orrery::memory
+}  // namespace orrery::memory

@@ -10,7 +10,10 @@ namespace {
 std::size_t utf8SequenceLength(std::string_view text, std::size_t i) {
     const auto byte = [&](std::size_t k) { return static_cast<unsigned char>(text[k]); };
     const unsigned char lead = byte(i);
-    std::size_t length = lead >= 0xC2 && lead <= 0xDF ? 2 : lead >= 0xE0 && lead <= 0xEF ? 3 : lead >= 0xF0 && lead <= 0xF4 ? 4 : 0;
+    std::size_t length = lead >= 0xC2 && lead <= 0xDF   ? 2
+                         : lead >= 0xE0 && lead <= 0xEF ? 3
+                         : lead >= 0xF0 && lead <= 0xF4 ? 4
+                                                        : 0;
     if (length == 0 || i + length > text.size()) return 0;
     for (std::size_t k = 1; k < length; ++k)
         if ((byte(i + k) & 0xC0) != 0x80) return 0;
@@ -21,7 +24,7 @@ std::size_t utf8SequenceLength(std::string_view text, std::size_t i) {
     return length;
 }
 
-} // namespace
+}  // namespace
 
 std::string quoted(std::string_view word, const QuoteStyle& style) {
     std::string out(1, style.mark);
@@ -48,4 +51,4 @@ std::string quoted(std::string_view word, const QuoteStyle& style) {
     return out + style.mark;
 }
 
-} // namespace orrery::memory
+}  // namespace orrery::memory

@@ -27,4 +27,4 @@ struct QuoteStyle {
 /// byte as \xNN, at most `style.maxBytes` of it.
 std::string quoted(std::string_view word, const QuoteStyle& style);
 
-} // namespace orrery::memory
+}  // namespace orrery::memory
