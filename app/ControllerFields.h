@@ -27,4 +27,4 @@ constexpr std::size_t bodyRowOf(BodyIndex body) { return static_cast<std::size_t
 /// The root node of the scene view's current scene; a missing view, scene or root stops the program.
 std::shared_ptr<SCNNode> sceneRootOf(const ViewController& controller);
 
-} // namespace orrery
+}  // namespace orrery

@@ -29,4 +29,4 @@ void ViewController::sessionDidFailWithError(ARSession& /*session*/, const NSErr
 void ViewController::sessionWasInterrupted(ARSession& /*session*/) {}
 void ViewController::sessionInterruptionEnded(ARSession& /*session*/) {}
 
-} // namespace orrery
+}  // namespace orrery

@@ -31,4 +31,4 @@ void ViewController::placeSelectedBody(const std::shared_ptr<SCNNode>& anchorNod
     anchorNode->addChildNode(copy);
 }
 
-} // namespace orrery
+}  // namespace orrery

@@ -14,4 +14,4 @@ void resetProcessState() {
     isTextShown = false;
 }
 
-} // namespace orrery
+}  // namespace orrery

@@ -16,4 +16,4 @@ std::shared_ptr<SCNNode>& ViewController::modelFor(BodyIndex body) {
     return bodyModelField(*this, bodyRowOf(body));
 }
 
-} // namespace orrery
+}  // namespace orrery

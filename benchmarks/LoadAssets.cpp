@@ -86,7 +86,7 @@ double medianMilliseconds(int passes, Pass pass) {
     return times[times.size() / 2];
 }
 
-} // namespace
+}  // namespace
 
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);

@@ -44,7 +44,7 @@ void BM_FrameOverviewWith100Copies(benchmark::State& state) {
     const auto width = static_cast<int>(state.range(0)), height = static_cast<int>(state.range(1));
     PlacedOverview scene;
     render::HeadlessRenderer& headless = headlessWith(static_cast<int>(state.range(2)));
-    const render::RenderOptions options;  // the camera image (the room) shown
+    const render::RenderOptions options;                                    // the camera image (the room) shown
     headless.render(scene.platform.view->frame(), width, height, options);  // first use uploads meshes and textures
     for (auto _ : state) {
         scene.platform.runFrame();
@@ -64,4 +64,4 @@ BENCHMARK(BM_FrameOverviewWith100Copies)
     ->ReportAggregatesOnly(true)
     ->MinTime(1.0);
 
-} // namespace
+}  // namespace

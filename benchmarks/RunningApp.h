@@ -27,4 +27,4 @@ struct RunningApp {
     }
 };
 
-} // namespace orrery::benchmarks
+}  // namespace orrery::benchmarks

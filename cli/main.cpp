@@ -58,9 +58,12 @@ std::string helpText() {
            "--snapshot FILE.png writes a picture of the screen when the scenario has run to its\n"
            "end, WIDTHxHEIGHT pixels (default: one pixel per point), as the snapshot command does.\n"
            "\n"
-           "Simulated screen: " + screen + " (x right, y down, origin top left).\n"
-           "Camera: vertical field of view " + degrees(camera.verticalFieldOfView) + " degrees (horizontal " +
-           degrees(horizontal) + "); it starts at the\n"
+           "Simulated screen: " +
+           screen +
+           " (x right, y down, origin top left).\n"
+           "Camera: vertical field of view " +
+           degrees(camera.verticalFieldOfView) + " degrees (horizontal " + degrees(horizontal) +
+           "); it starts at the\n"
            "origin looking along -z.\n"
            "\n"
            "Commands, one a line (blank lines and # comments are skipped; words are separated\n"
@@ -107,7 +110,7 @@ void emit(const std::string& line) {
     std::cout << line << '\n' << std::flush;
 }
 
-} // namespace
+}  // namespace
 
 int main(int argc, char** argv) {
     std::optional<std::string> assets;
@@ -140,8 +143,9 @@ int main(int argc, char** argv) {
             if (arg == "--size" && i + 1 >= argc) usageError("--size needs WIDTHxHEIGHT");
             const std::string word = arg == "--size" ? argv[++i] : arg.substr(7);
             const auto size = parsePictureSize(word);
-            if (!size) usageError("--size: bad picture size '" + word + "': expected WIDTHxHEIGHT, each 1 to " +
-                                  std::to_string(kMaxPictureSide));
+            if (!size)
+                usageError("--size: bad picture size '" + word + "': expected WIDTHxHEIGHT, each 1 to " +
+                           std::to_string(kMaxPictureSide));
             snapshotSize = *size;
         } else if (arg == "--window") {
             window = true;
@@ -193,7 +197,8 @@ int main(int argc, char** argv) {
     simulator.snapshotHook = [](const memory::SceneFrame& frame, const fs::path& file, int width, int height) {
         render::snapshot(frame, file, width, height);
     };
-    if (narrate) emit("Orrery AR simulator: the demo session (" + path + ").\nThe view loads and appears, and one frame runs.");
+    if (narrate)
+        emit("Orrery AR simulator: the demo session (" + path + ").\nThe view loads and appears, and one frame runs.");
     simulator.start();
 
     std::string text;
@@ -217,9 +222,9 @@ int main(int argc, char** argv) {
             switch (out.kind) {
             case Output::Kind::dump:
                 if (narrate) {
-                    std::cout << describeState(out.state, previousDump ? &*previousDump : nullptr,
-                                               [&](int i) { return simulator.bodyName(i); })
-                              << std::flush;
+                    std::cout << describeState(out.state, previousDump ? &*previousDump : nullptr, [&](int i) {
+                        return simulator.bodyName(i);
+                    }) << std::flush;
                     previousDump = std::move(out.state);
                 } else
                     emit(jsonLine(out.state));

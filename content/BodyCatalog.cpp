@@ -84,7 +84,7 @@ const ButtonEntry* buttonNamed(std::string_view name) {
     return nullptr;
 }
 
-} // namespace
+}  // namespace
 
 std::span<const BodyEntry> BodyCatalog::bodies() { return bodyRows; }
 std::span<const ButtonEntry> BodyCatalog::buttons() { return buttonRows; }
@@ -127,4 +127,4 @@ std::optional<BodyIndex> BodyCatalog::bodyIndexOfName(std::string_view name) {
     return std::nullopt;
 }
 
-} // namespace orrery
+}  // namespace orrery

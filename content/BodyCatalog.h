@@ -20,17 +20,17 @@ using BodyIndex = std::uint8_t;
 inline constexpr BodyIndex bodyCount = 16;
 
 struct BodyEntry {
-    std::string_view key;        ///< "Sun"
-    std::string_view nodeName;   ///< the name the model's root node gets
-    std::string_view assetPath;  ///< "art.scnassets/Sun/Sun.dae"
+    std::string_view key;                      ///< "Sun"
+    std::string_view nodeName;                 ///< the name the model's root node gets
+    std::string_view assetPath;                ///< "art.scnassets/Sun/Sun.dae"
     std::optional<std::string_view> infoText;  ///< none for Stars; EarthNight shares the Earth text
     std::optional<BodyIndex> bodyIndex;        ///< none for Stars
 };
 
 struct ButtonEntry {
-    std::string_view key;        ///< "Sun"
-    std::string_view nodeName;   ///< "SunButton"
-    std::string_view assetPath;  ///< "art.scnassets/Buttons/SunButton/SunButton.dae"
+    std::string_view key;                ///< "Sun"
+    std::string_view nodeName;           ///< "SunButton"
+    std::string_view assetPath;          ///< "art.scnassets/Buttons/SunButton/SunButton.dae"
     std::optional<BodyIndex> bodyIndex;  ///< the body a press selects; none for Help
 };
 
@@ -115,4 +115,4 @@ public:
     static std::optional<BodyIndex> bodyIndexOfName(std::string_view name);
 };
 
-} // namespace orrery
+}  // namespace orrery

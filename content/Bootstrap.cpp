@@ -27,7 +27,7 @@ std::shared_ptr<Recognizer> required(std::shared_ptr<Recognizer> recognizer) {
     return recognizer;
 }
 
-} // namespace
+}  // namespace
 
 void ViewController::viewDidLoad() {
     UIViewController::viewDidLoad();
@@ -42,26 +42,34 @@ void ViewController::viewDidLoad() {
     loadBodyModels();
     loadButtons();
 
-    auto pinch = required(platform_.newPinchGestureRecognizer(
-        this, Selector{"didPinch:", [this](UIGestureRecognizer& r) { didPinch(static_cast<UIPinchGestureRecognizer&>(r)); }}));
+    auto pinch = required(
+        platform_.newPinchGestureRecognizer(this, Selector{"didPinch:", [this](UIGestureRecognizer& r) {
+                                                               didPinch(static_cast<UIPinchGestureRecognizer&>(r));
+                                                           }}));
     attachRecognizer(*this, pinch);
 
     auto rotation = required(platform_.newRotationGestureRecognizer(
-        this, Selector{"didRotate:", [this](UIGestureRecognizer& r) { didRotate(static_cast<UIRotationGestureRecognizer&>(r)); }}));
+        this, Selector{"didRotate:",
+                       [this](UIGestureRecognizer& r) { didRotate(static_cast<UIRotationGestureRecognizer&>(r)); }}));
     attachRecognizer(*this, rotation);
 
-    auto pan = required(platform_.newPanGestureRecognizer(
-        this, Selector{"didPan:", [this](UIGestureRecognizer& r) { didPan(static_cast<UIPanGestureRecognizer&>(r)); }}));
+    auto pan =
+        required(platform_.newPanGestureRecognizer(this, Selector{"didPan:", [this](UIGestureRecognizer& r) {
+                                                                      didPan(static_cast<UIPanGestureRecognizer&>(r));
+                                                                  }}));
     attachRecognizer(*this, pan);
 
     auto longPress = required(platform_.newLongPressGestureRecognizer(
-        this, Selector{"didLongPress:",
-                       [this](UIGestureRecognizer& r) { didLongPress(static_cast<UILongPressGestureRecognizer&>(r)); }}));
+        this, Selector{"didLongPress:", [this](UIGestureRecognizer& r) {
+                           didLongPress(static_cast<UILongPressGestureRecognizer&>(r));
+                       }}));
     longPress->setMinimumPressDuration(0.5);
     attachRecognizer(*this, longPress);
 
-    auto doubleTap = required(platform_.newTapGestureRecognizer(
-        this, Selector{"didDoubleTap:", [this](UIGestureRecognizer& r) { didDoubleTap(static_cast<UITapGestureRecognizer&>(r)); }}));
+    auto doubleTap = required(
+        platform_.newTapGestureRecognizer(this, Selector{"didDoubleTap:", [this](UIGestureRecognizer& r) {
+                                                             didDoubleTap(static_cast<UITapGestureRecognizer&>(r));
+                                                         }}));
     doubleTap->setNumberOfTapsRequired(2);
     doubleTap->setNumberOfTouchesRequired(1);
     attachRecognizer(*this, doubleTap);
@@ -70,7 +78,8 @@ void ViewController::viewDidLoad() {
 void ViewController::loadBodyModels() {
     const auto rows = BodyCatalog::bodies();
     for (std::size_t row = 0; row < rows.size(); ++row) {
-        std::shared_ptr<SCNNode>& handle = loadModel(platform_, rows[row].assetPath, bodyModelField(*this, row), bodyNameField(*this, row));
+        std::shared_ptr<SCNNode>& handle =
+            loadModel(platform_, rows[row].assetPath, bodyModelField(*this, row), bodyNameField(*this, row));
 
         if (row == starsRow) {
             // The star field surrounds the session origin at twenty times its model size.
@@ -93,4 +102,4 @@ void ViewController::loadBodyModels() {
     }
 }
 
-} // namespace orrery
+}  // namespace orrery

@@ -33,12 +33,13 @@ constexpr std::array<SCNVector3, buttonRowCount> buttonPositions{{
     {1.75f, -2, -2.7f},   // ErisButton
 }};
 
-} // namespace
+}  // namespace
 
 void ViewController::loadButtons() {
     const auto rows = BodyCatalog::buttons();
     for (std::size_t row = 0; row < rows.size(); ++row) {
-        std::shared_ptr<SCNNode>& handle = loadModel(platform_, rows[row].assetPath, buttonModelField(*this, row), buttonNameField(*this, row));
+        std::shared_ptr<SCNNode>& handle =
+            loadModel(platform_, rows[row].assetPath, buttonModelField(*this, row), buttonNameField(*this, row));
         handle->setScale({0.2f, 0.2f, 0.2f});
         handle->setRotation({1, 0, 0, 0.7853981f});
         handle->setPosition(buttonPositions[row]);
@@ -46,4 +47,4 @@ void ViewController::loadButtons() {
     }
 }
 
-} // namespace orrery
+}  // namespace orrery

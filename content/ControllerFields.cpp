@@ -12,20 +12,20 @@ using Handle = std::shared_ptr<SCNNode> ViewController::*;
 using Name = const std::string ViewController::*;
 
 constexpr std::array<Handle, bodyRowCount> bodyHandles{
-    &ViewController::nodeStarsModel,    &ViewController::nodeSunModel,     &ViewController::nodeMercuryModel,
-    &ViewController::nodeVenusModel,    &ViewController::nodeEarthModel,   &ViewController::nodeEarthNightModel,
-    &ViewController::nodeMoonModel,     &ViewController::nodeMarsModel,    &ViewController::nodeCeresModel,
-    &ViewController::nodeJupiterModel,  &ViewController::nodeSaturnModel,  &ViewController::nodeUranusModel,
-    &ViewController::nodeNeptuneModel,  &ViewController::nodePlutoModel,   &ViewController::nodeHaumeaModel,
+    &ViewController::nodeStarsModel,    &ViewController::nodeSunModel,    &ViewController::nodeMercuryModel,
+    &ViewController::nodeVenusModel,    &ViewController::nodeEarthModel,  &ViewController::nodeEarthNightModel,
+    &ViewController::nodeMoonModel,     &ViewController::nodeMarsModel,   &ViewController::nodeCeresModel,
+    &ViewController::nodeJupiterModel,  &ViewController::nodeSaturnModel, &ViewController::nodeUranusModel,
+    &ViewController::nodeNeptuneModel,  &ViewController::nodePlutoModel,  &ViewController::nodeHaumeaModel,
     &ViewController::nodeMakemakeModel, &ViewController::nodeErisModel,
 };
 
 constexpr std::array<Name, bodyRowCount> bodyNames{
-    &ViewController::nodeStarsName,    &ViewController::nodeSunName,     &ViewController::nodeMercuryName,
-    &ViewController::nodeVenusName,    &ViewController::nodeEarthName,   &ViewController::nodeEarthNightName,
-    &ViewController::nodeMoonName,     &ViewController::nodeMarsName,    &ViewController::nodeCeresName,
-    &ViewController::nodeJupiterName,  &ViewController::nodeSaturnName,  &ViewController::nodeUranusName,
-    &ViewController::nodeNeptuneName,  &ViewController::nodePlutoName,   &ViewController::nodeHaumeaName,
+    &ViewController::nodeStarsName,    &ViewController::nodeSunName,    &ViewController::nodeMercuryName,
+    &ViewController::nodeVenusName,    &ViewController::nodeEarthName,  &ViewController::nodeEarthNightName,
+    &ViewController::nodeMoonName,     &ViewController::nodeMarsName,   &ViewController::nodeCeresName,
+    &ViewController::nodeJupiterName,  &ViewController::nodeSaturnName, &ViewController::nodeUranusName,
+    &ViewController::nodeNeptuneName,  &ViewController::nodePlutoName,  &ViewController::nodeHaumeaName,
     &ViewController::nodeMakemakeName, &ViewController::nodeErisName,
 };
 
@@ -53,7 +53,7 @@ constexpr std::array<Name, buttonRowCount> buttonNames{
     &ViewController::nodeMakemakeButtonName,    &ViewController::nodeErisButtonName,
 };
 
-} // namespace
+}  // namespace
 
 std::shared_ptr<SCNNode>& bodyModelField(ViewController& controller, std::size_t row) {
     if (row >= bodyRowCount) stopProgram();
@@ -84,4 +84,4 @@ std::shared_ptr<SCNNode> sceneRootOf(const ViewController& controller) {
     return root;
 }
 
-} // namespace orrery
+}  // namespace orrery

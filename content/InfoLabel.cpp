@@ -37,4 +37,4 @@ void ViewController::showText(const std::string& text) {
     sceneRootOf(*this)->addChildNode(textNode);
 }
 
-} // namespace orrery
+}  // namespace orrery

@@ -14,8 +14,8 @@ namespace orrery {
 /// Reads the model scene at `assetPath`, keeps its root node in `handle` and names it `name`:
 /// `sceneNamed:`, `rootNode`, `setName:`, in that order. A model that does not load stops the
 /// program, as the app cannot run without it.
-inline std::shared_ptr<SCNNode>& loadModel(Platform& platform, std::string_view assetPath, std::shared_ptr<SCNNode>& handle,
-                                           const std::optional<std::string>& name) {
+inline std::shared_ptr<SCNNode>& loadModel(Platform& platform, std::string_view assetPath,
+                                           std::shared_ptr<SCNNode>& handle, const std::optional<std::string>& name) {
     const std::shared_ptr<SCNScene> scene = platform.sceneNamed(std::string(assetPath));
     if (!scene) stopProgram();
     handle = scene->rootNode();
@@ -24,4 +24,4 @@ inline std::shared_ptr<SCNNode>& loadModel(Platform& platform, std::string_view 
     return handle;
 }
 
-} // namespace orrery
+}  // namespace orrery

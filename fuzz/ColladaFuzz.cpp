@@ -15,7 +15,8 @@ namespace {
 std::size_t walk(const memory::MemoryNode& node, int depth) {
     fuzz::check(depth < 100000, "the node tree is deeper than the document");
     (void)node.worldTransform();
-    if (const auto* mesh = dynamic_cast<const memory::MemoryMeshGeometry*>(node.nodeGeometry().get())) (void)mesh->bounds;
+    if (const auto* mesh = dynamic_cast<const memory::MemoryMeshGeometry*>(node.nodeGeometry().get()))
+        (void)mesh->bounds;
     std::size_t count = 1;
     for (const auto& child : node.children()) {
         fuzz::check(child->parent().get() == &node, "a child does not name its parent");
@@ -24,7 +25,7 @@ std::size_t walk(const memory::MemoryNode& node, int depth) {
     return count;
 }
 
-} // namespace
+}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const std::string_view bytes(reinterpret_cast<const char*>(data), size);

@@ -17,4 +17,4 @@ inline void check(bool holds, const std::string& reason) {
     if (!holds) fail(reason);
 }
 
-} // namespace orrery::fuzz
+}  // namespace orrery::fuzz

@@ -15,10 +15,11 @@ namespace {
 
 void checkMessage(std::string_view message) {
     fuzz::check(message.size() < 600, "a message longer than 600 bytes");
-    for (char c : message) fuzz::check(static_cast<unsigned char>(c) >= 0x20 && c != 0x7F, "a control byte in a message");
+    for (char c : message)
+        fuzz::check(static_cast<unsigned char>(c) >= 0x20 && c != 0x7F, "a control byte in a message");
 }
 
-} // namespace
+}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     std::string_view rest(reinterpret_cast<const char*>(data), size);

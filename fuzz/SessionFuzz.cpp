@@ -25,7 +25,7 @@ bool skipped(const sim::Command& command) {
            (command.verb == sim::Verb::advance && command.numbers.at(0) > kMaxSeconds);
 }
 
-} // namespace
+}  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     sim::Simulator simulator(memory::MemoryPlatform::defaultAssetParent());

@@ -49,4 +49,4 @@ void ViewController::didDoubleTap(UITapGestureRecognizer& recognizer) {
     showBodyInfo(*name);
 }
 
-} // namespace orrery
+}  // namespace orrery

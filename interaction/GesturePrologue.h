@@ -8,4 +8,4 @@ namespace orrery {
 /// Returns the body's named node and raises gestureHandled, or returns null and changes nothing.
 std::shared_ptr<SCNNode> bodyUnderGesture(ViewController& controller, const UIGestureRecognizer& recognizer);
 
-} // namespace orrery
+}  // namespace orrery

@@ -72,4 +72,4 @@ void ViewController::didLongPress(UILongPressGestureRecognizer& recognizer) {
     body->removeFromParentNode();
 }
 
-} // namespace orrery
+}  // namespace orrery

@@ -13,4 +13,4 @@ std::shared_ptr<SCNNode> ViewController::sceneHitTest(CGPoint point) {
     return hits[0].node;
 }
 
-} // namespace orrery
+}  // namespace orrery

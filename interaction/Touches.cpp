@@ -72,4 +72,4 @@ void ViewController::touchesEndedWithEvent(const UITouchSet& touches, const UIEv
     gestureHandled = false;
 }
 
-} // namespace orrery
+}  // namespace orrery

@@ -12,4 +12,4 @@ void ViewController::openHelpGuide() {
     application.openURLOptionsCompletionHandler(*url, {}, nullptr);
 }
 
-} // namespace orrery
+}  // namespace orrery

@@ -16,7 +16,7 @@ SCNNode& loadedModel(ViewController& controller, BodyIndex body) {
     return *handle;
 }
 
-} // namespace
+}  // namespace
 
 void ViewController::placeBody(BodyIndex body, float scale, SCNVector3 position) {
     if (body >= SpinTable.size()) stopProgram();
@@ -28,9 +28,10 @@ void ViewController::placeBody(BodyIndex body, float scale, SCNVector3 position)
     loadedModel(*this, body).setPosition(position);
     sceneRootOf(*this)->addChildNode(modelFor(body));
     // Same key as any earlier spin of this body, so it is replaced and starts again.
-    loadedModel(*this, body).runActionForKey(
-        SCNAction::repeatActionForever(SCNAction::rotateByXYZDuration(0, spin.direction, 0, spin.period)),
-        std::string(spin.key));
+    loadedModel(*this, body)
+        .runActionForKey(
+            SCNAction::repeatActionForever(SCNAction::rotateByXYZDuration(0, spin.direction, 0, spin.period)),
+            std::string(spin.key));
 }
 
-} // namespace orrery
+}  // namespace orrery

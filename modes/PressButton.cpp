@@ -20,7 +20,7 @@ void showSingleBody(ViewController& controller, BodyIndex body, std::string_view
     controller.showText(std::string(text));
 }
 
-} // namespace
+}  // namespace
 
 void ViewController::pressButton(const std::string& name) {
     // Every test is made, even after a match; the texts differ, so at most one acts.
@@ -44,4 +44,4 @@ void ViewController::pressButton(const std::string& name) {
     if (name == "ErisButton") showSingleBody(*this, 15, BodyCatalog::erisText);
 }
 
-} // namespace orrery
+}  // namespace orrery

@@ -57,25 +57,25 @@ struct LayoutEntry {
 
 /// The overview, in placing order: 15 bodies (no EarthNight) at true size ratios to the Sun's scale 12.
 inline constexpr std::array<LayoutEntry, 15> OverviewLayout{{
-    {0, 12.0f, {-20.0f, 0.5f, -5.0f}},      // Sun
-    {1, 0.04212f, {-5.9f, 0.5f, -5.0f}},    // Mercury
-    {2, 0.1044f, {-5.0f, 0.5f, -5.0f}},     // Venus
-    {3, 0.11004f, {-4.0f, 0.5f, -5.0f}},    // Earth
-    {5, 0.03f, {-3.8f, 0.5f, -5.0f}},       // Moon
-    {6, 0.05856f, {-3.0f, 0.5f, -5.0f}},    // Mars
-    {7, 0.00816f, {-2.6f, 0.5f, -5.0f}},    // Ceres
-    {8, 1.23156f, {-0.8f, 0.5f, -5.0f}},    // Jupiter
-    {9, 1.04064f, {3.0f, 0.5f, -5.0f}},     // Saturn
-    {10, 0.44676f, {7.0f, 0.5f, -5.0f}},    // Uranus
-    {11, 0.42708f, {9.5f, 0.5f, -5.0f}},    // Neptune
-    {12, 0.01968f, {12.0f, 0.5f, -5.0f}},   // Pluto
-    {13, 0.01404f, {13.0f, 0.5f, -5.0f}},   // Haumea
-    {14, 0.01236f, {13.5f, 0.5f, -5.0f}},   // Makemake
-    {15, 0.02004f, {14.0f, 0.5f, -5.0f}},   // Eris
+    {0, 12.0f, {-20.0f, 0.5f, -5.0f}},     // Sun
+    {1, 0.04212f, {-5.9f, 0.5f, -5.0f}},   // Mercury
+    {2, 0.1044f, {-5.0f, 0.5f, -5.0f}},    // Venus
+    {3, 0.11004f, {-4.0f, 0.5f, -5.0f}},   // Earth
+    {5, 0.03f, {-3.8f, 0.5f, -5.0f}},      // Moon
+    {6, 0.05856f, {-3.0f, 0.5f, -5.0f}},   // Mars
+    {7, 0.00816f, {-2.6f, 0.5f, -5.0f}},   // Ceres
+    {8, 1.23156f, {-0.8f, 0.5f, -5.0f}},   // Jupiter
+    {9, 1.04064f, {3.0f, 0.5f, -5.0f}},    // Saturn
+    {10, 0.44676f, {7.0f, 0.5f, -5.0f}},   // Uranus
+    {11, 0.42708f, {9.5f, 0.5f, -5.0f}},   // Neptune
+    {12, 0.01968f, {12.0f, 0.5f, -5.0f}},  // Pluto
+    {13, 0.01404f, {13.0f, 0.5f, -5.0f}},  // Haumea
+    {14, 0.01236f, {13.5f, 0.5f, -5.0f}},  // Makemake
+    {15, 0.02004f, {14.0f, 0.5f, -5.0f}},  // Eris
 }};
 
 /// The single-body pose shared by every body button.
 inline constexpr float singleBodyScale = 0.5f;
 inline constexpr SCNVector3 singleBodyPosition{0, 0, -2};
 
-} // namespace orrery
+}  // namespace orrery

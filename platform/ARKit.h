@@ -129,4 +129,4 @@ public:
     virtual void addGestureRecognizer(const std::shared_ptr<UIGestureRecognizer>& recognizer) = 0;
 };
 
-} // namespace orrery
+}  // namespace orrery

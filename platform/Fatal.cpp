@@ -6,4 +6,4 @@ namespace orrery {
 
 void stopProgram() { std::abort(); }
 
-} // namespace orrery
+}  // namespace orrery

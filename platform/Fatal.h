@@ -6,4 +6,4 @@ namespace orrery {
 /// Every programming error (a missing model, view, frame, touch or address) comes here.
 [[noreturn]] void stopProgram();
 
-} // namespace orrery
+}  // namespace orrery

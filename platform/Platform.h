@@ -38,11 +38,16 @@ public:
     // UIKit
     /// `UIFont.fontWithName:size:`: the font, or nothing when it is not available.
     virtual std::optional<UIFont> fontWithNameSize(const std::string& name, double size) = 0;
-    virtual std::shared_ptr<UIPinchGestureRecognizer> newPinchGestureRecognizer(UIViewController* target, Selector action) = 0;
-    virtual std::shared_ptr<UIRotationGestureRecognizer> newRotationGestureRecognizer(UIViewController* target, Selector action) = 0;
-    virtual std::shared_ptr<UIPanGestureRecognizer> newPanGestureRecognizer(UIViewController* target, Selector action) = 0;
-    virtual std::shared_ptr<UILongPressGestureRecognizer> newLongPressGestureRecognizer(UIViewController* target, Selector action) = 0;
-    virtual std::shared_ptr<UITapGestureRecognizer> newTapGestureRecognizer(UIViewController* target, Selector action) = 0;
+    virtual std::shared_ptr<UIPinchGestureRecognizer> newPinchGestureRecognizer(UIViewController* target,
+                                                                                Selector action) = 0;
+    virtual std::shared_ptr<UIRotationGestureRecognizer> newRotationGestureRecognizer(UIViewController* target,
+                                                                                      Selector action) = 0;
+    virtual std::shared_ptr<UIPanGestureRecognizer> newPanGestureRecognizer(UIViewController* target,
+                                                                            Selector action) = 0;
+    virtual std::shared_ptr<UILongPressGestureRecognizer> newLongPressGestureRecognizer(UIViewController* target,
+                                                                                        Selector action) = 0;
+    virtual std::shared_ptr<UITapGestureRecognizer> newTapGestureRecognizer(UIViewController* target,
+                                                                            Selector action) = 0;
     /// `UIApplication.sharedApplication`.
     virtual UIApplication& sharedApplication() = 0;
     /// `URL(string:)`: the address, or nothing for a malformed text.
@@ -62,4 +67,4 @@ protected:
     Platform() = default;
 };
 
-} // namespace orrery
+}  // namespace orrery

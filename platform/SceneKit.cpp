@@ -30,7 +30,8 @@ std::shared_ptr<const SCNAction> SCNAction::moveByDuration(SCNVector3 delta, dou
     return a;
 }
 
-std::shared_ptr<const SCNAction> SCNAction::repeatActionCount(std::shared_ptr<const SCNAction> action, unsigned long count) {
+std::shared_ptr<const SCNAction> SCNAction::repeatActionCount(std::shared_ptr<const SCNAction> action,
+                                                              unsigned long count) {
     auto a = std::make_shared<SCNAction>();
     a->type = Type::repeat;
     a->count = count;
@@ -47,13 +48,10 @@ std::shared_ptr<const SCNAction> SCNAction::repeatActionForever(std::shared_ptr<
 
 double SCNAction::totalDuration() const {
     switch (type) {
-    case Type::repeat:
-        return action ? action->totalDuration() * static_cast<double>(count) : 0.0;
-    case Type::repeatForever:
-        return std::numeric_limits<double>::infinity();
-    default:
-        return duration;
+    case Type::repeat: return action ? action->totalDuration() * static_cast<double>(count) : 0.0;
+    case Type::repeatForever: return std::numeric_limits<double>::infinity();
+    default: return duration;
     }
 }
 
-} // namespace orrery
+}  // namespace orrery

@@ -37,11 +37,11 @@ struct SCNAction {
     enum class Type { rotateBy, scaleBy, moveBy, repeat, repeatForever };
 
     Type type = Type::rotateBy;
-    double x = 0, y = 0, z = 0;           ///< rotateBy: Euler angles in radians
-    double factor = 1;                    ///< scaleBy
-    SCNVector3 delta;                     ///< moveBy
-    double duration = 0;                  ///< seconds; rotateBy, scaleBy, moveBy
-    unsigned long count = 0;              ///< repeat
+    double x = 0, y = 0, z = 0;               ///< rotateBy: Euler angles in radians
+    double factor = 1;                        ///< scaleBy
+    SCNVector3 delta;                         ///< moveBy
+    double duration = 0;                      ///< seconds; rotateBy, scaleBy, moveBy
+    unsigned long count = 0;                  ///< repeat
     std::shared_ptr<const SCNAction> action;  ///< repeat, repeatForever: the repeated action
 
     /// Turns the node by Euler angles relative to its orientation, spread evenly over `duration`.
@@ -51,7 +51,8 @@ struct SCNAction {
     /// Adds `delta` to the node's position.
     static std::shared_ptr<const SCNAction> moveByDuration(SCNVector3 delta, double duration);
     /// Runs `action` `count` times in sequence.
-    static std::shared_ptr<const SCNAction> repeatActionCount(std::shared_ptr<const SCNAction> action, unsigned long count);
+    static std::shared_ptr<const SCNAction> repeatActionCount(std::shared_ptr<const SCNAction> action,
+                                                              unsigned long count);
     /// Runs `action` again each time it ends, until removed.
     static std::shared_ptr<const SCNAction> repeatActionForever(std::shared_ptr<const SCNAction> action);
 
@@ -149,4 +150,4 @@ struct SCNHitTestResult {
     std::shared_ptr<SCNNode> node;
 };
 
-} // namespace orrery
+}  // namespace orrery

@@ -59,4 +59,4 @@ simd_float4x4 simd_mul(const simd_float4x4& a, const simd_float4x4& b) {
     return r;
 }
 
-} // namespace orrery
+}  // namespace orrery

@@ -60,4 +60,4 @@ simd_float4x4 simd_matrix4x4(const SCNMatrix4& m);
 /// Ordinary matrix product a * b: column j of the result is a applied to column j of b.
 simd_float4x4 simd_mul(const simd_float4x4& a, const simd_float4x4& b);
 
-} // namespace orrery
+}  // namespace orrery

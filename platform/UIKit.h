@@ -133,4 +133,4 @@ private:
     }
 };
 
-} // namespace orrery
+}  // namespace orrery

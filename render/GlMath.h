@@ -25,7 +25,9 @@ struct Vertex {
 inline Matrix fromSimd(const simd_float4x4& m) {
     Matrix out{};
     for (int c = 0; c < 4; ++c)
-        for (int r = 0; r < 4; ++r) out[static_cast<std::size_t>(c * 4 + r)] = m.columns[static_cast<std::size_t>(c)][static_cast<std::size_t>(r)];
+        for (int r = 0; r < 4; ++r)
+            out[static_cast<std::size_t>(c * 4 + r)] =
+                m.columns[static_cast<std::size_t>(c)][static_cast<std::size_t>(r)];
     return out;
 }
 
@@ -34,7 +36,8 @@ inline Matrix multiply(const Matrix& a, const Matrix& b) {
     for (int c = 0; c < 4; ++c)
         for (int r = 0; r < 4; ++r) {
             float sum = 0;
-            for (int k = 0; k < 4; ++k) sum += a[static_cast<std::size_t>(k * 4 + r)] * b[static_cast<std::size_t>(c * 4 + k)];
+            for (int k = 0; k < 4; ++k)
+                sum += a[static_cast<std::size_t>(k * 4 + r)] * b[static_cast<std::size_t>(c * 4 + k)];
             out[static_cast<std::size_t>(c * 4 + r)] = sum;
         }
     return out;
@@ -47,7 +50,8 @@ inline Matrix rigidInverse(const Matrix& m) {
         for (int r = 0; r < 3; ++r) out[static_cast<std::size_t>(c * 4 + r)] = m[static_cast<std::size_t>(r * 4 + c)];
     for (int r = 0; r < 3; ++r) {
         float sum = 0;
-        for (int k = 0; k < 3; ++k) sum += out[static_cast<std::size_t>(k * 4 + r)] * m[static_cast<std::size_t>(12 + k)];
+        for (int k = 0; k < 3; ++k)
+            sum += out[static_cast<std::size_t>(k * 4 + r)] * m[static_cast<std::size_t>(12 + k)];
         out[static_cast<std::size_t>(12 + r)] = -sum;
     }
     out[15] = 1;
@@ -67,12 +71,10 @@ inline Matrix perspective(float verticalFieldOfView, float aspect, float nearPla
 }
 
 /// sRGB-encoded component to linear light.
-inline float srgbToLinear(float c) {
-    return c <= 0.04045f ? c / 12.92f : std::pow((c + 0.055f) / 1.055f, 2.4f);
-}
+inline float srgbToLinear(float c) { return c <= 0.04045f ? c / 12.92f : std::pow((c + 0.055f) / 1.055f, 2.4f); }
 
 inline Colour linearFromSrgb(float r, float g, float b, float a = 1) {
     return {srgbToLinear(r), srgbToLinear(g), srgbToLinear(b), a};
 }
 
-} // namespace orrery::render
+}  // namespace orrery::render

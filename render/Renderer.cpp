@@ -106,18 +106,22 @@ struct GpuMesh {
             glBindBuffer(GL_ARRAY_BUFFER, vertexBuffer);
             glBindBuffer(GL_ELEMENT_ARRAY_BUFFER, indexBuffer);
             glEnableVertexAttribArray(0);
-            glVertexAttribPointer(0, 3, GL_FLOAT, GL_FALSE, sizeof(Vertex), reinterpret_cast<void*>(offsetof(Vertex, position)));
+            glVertexAttribPointer(0, 3, GL_FLOAT, GL_FALSE, sizeof(Vertex),
+                                  reinterpret_cast<void*>(offsetof(Vertex, position)));
             glEnableVertexAttribArray(1);
-            glVertexAttribPointer(1, 2, GL_FLOAT, GL_FALSE, sizeof(Vertex), reinterpret_cast<void*>(offsetof(Vertex, texCoord)));
+            glVertexAttribPointer(1, 2, GL_FLOAT, GL_FALSE, sizeof(Vertex),
+                                  reinterpret_cast<void*>(offsetof(Vertex, texCoord)));
             glEnableVertexAttribArray(2);
-            glVertexAttribPointer(2, 4, GL_FLOAT, GL_FALSE, sizeof(Vertex), reinterpret_cast<void*>(offsetof(Vertex, color)));
+            glVertexAttribPointer(2, 4, GL_FLOAT, GL_FALSE, sizeof(Vertex),
+                                  reinterpret_cast<void*>(offsetof(Vertex, color)));
         } else {
             glBindVertexArray(vertexArray);
             glBindBuffer(GL_ARRAY_BUFFER, vertexBuffer);
         }
-        glBufferData(GL_ARRAY_BUFFER, static_cast<GLsizeiptr>(vertices.size() * sizeof(Vertex)), vertices.data(), GL_STATIC_DRAW);
-        glBufferData(GL_ELEMENT_ARRAY_BUFFER, static_cast<GLsizeiptr>(indices.size() * sizeof(std::uint32_t)), indices.data(),
+        glBufferData(GL_ARRAY_BUFFER, static_cast<GLsizeiptr>(vertices.size() * sizeof(Vertex)), vertices.data(),
                      GL_STATIC_DRAW);
+        glBufferData(GL_ELEMENT_ARRAY_BUFFER, static_cast<GLsizeiptr>(indices.size() * sizeof(std::uint32_t)),
+                     indices.data(), GL_STATIC_DRAW);
         indexCount = static_cast<GLsizei>(indices.size());
         glBindVertexArray(0);
     }
@@ -156,7 +160,8 @@ struct DrawItem {
 
 /// A material colour as the shader takes it: sRGB-encoded, as UIColor components are.
 Colour encodedColour(const UIColor& c) {
-    return {static_cast<float>(c.red), static_cast<float>(c.green), static_cast<float>(c.blue), static_cast<float>(c.alpha)};
+    return {static_cast<float>(c.red), static_cast<float>(c.green), static_cast<float>(c.blue),
+            static_cast<float>(c.alpha)};
 }
 
 /// Vertex colours (built in linear light) encoded for the shader.
@@ -165,7 +170,7 @@ void encodeColours(std::vector<Vertex>& vertices) {
         for (std::size_t c = 0; c < 3; ++c) v.color[c] = encodeSrgb(v.color[c]);
 }
 
-} // namespace
+}  // namespace
 
 struct Renderer::State {
     GLuint program = 0;
@@ -228,7 +233,8 @@ struct Renderer::State {
         glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
         for (std::size_t level = 0; level < image.levels.size(); ++level) {
             const TextureLevel& l = image.levels[level];
-            glTexImage2D(GL_TEXTURE_2D, static_cast<GLint>(level), GL_RGBA8, l.width, l.height, 0, GL_RGBA, GL_UNSIGNED_BYTE, l.rgba.data());
+            glTexImage2D(GL_TEXTURE_2D, static_cast<GLint>(level), GL_RGBA8, l.width, l.height, 0, GL_RGBA,
+                         GL_UNSIGNED_BYTE, l.rgba.data());
         }
         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAX_LEVEL, static_cast<GLint>(image.levels.size()) - 1);
         // The material defaults: clamped, linear filtering, nearest mipmap level.
@@ -271,7 +277,8 @@ struct Renderer::State {
         return &cached.mesh;
     }
 
-    void collect(const MemoryNode& node, const Matrix& viewProjection, const Matrix& view, std::vector<DrawItem>& items) {
+    void collect(const MemoryNode& node, const Matrix& viewProjection, const Matrix& view,
+                 std::vector<DrawItem>& items) {
         if (node.nodeGeometry()) {
             const GpuMesh* mesh = meshFor(node.nodeGeometry());
             const Matrix world = mesh ? fromSimd(node.worldTransform()) : Matrix{};
@@ -385,7 +392,8 @@ void Renderer::draw(const memory::SceneFrame& frame, int widthPx, int heightPx, 
     std::vector<DrawItem> items;
     if (frame.root) s.collect(*frame.root, viewProjection, view, items);
     for (const DrawItem& item : items)
-        if (!item.translucent) s.drawMesh(*item.mesh, GL_TRIANGLES, item.modelViewProjection, item.colour, item.texture);
+        if (!item.translucent)
+            s.drawMesh(*item.mesh, GL_TRIANGLES, item.modelViewProjection, item.colour, item.texture);
     std::vector<const DrawItem*> translucent;
     for (const DrawItem& item : items)
         if (item.translucent) translucent.push_back(&item);
@@ -432,4 +440,4 @@ void Renderer::draw(const memory::SceneFrame& frame, int widthPx, int heightPx, 
     if (s.frame % kReleaseAfterFrames == 0) s.releaseUnused(false);
 }
 
-} // namespace orrery::render
+}  // namespace orrery::render

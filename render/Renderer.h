@@ -71,4 +71,4 @@ private:
     std::unique_ptr<State> state_;
 };
 
-} // namespace orrery::render
+}  // namespace orrery::render

@@ -46,7 +46,7 @@ const memory::RoomSurface* lowest(const memory::SimulatedRoom& room) {
     return floor;
 }
 
-} // namespace
+}  // namespace
 
 void buildRoom(const memory::SimulatedRoom& room, std::vector<Vertex>& vertices, std::vector<std::uint32_t>& indices) {
     vertices.clear();
@@ -63,7 +63,8 @@ void buildRoom(const memory::SimulatedRoom& room, std::vector<Vertex>& vertices,
         int column = 0;
         for (float x = floor->minX; x < floor->maxX - 1e-4f; x += kTile, ++column) {
             const float x1 = std::min(x + kTile, floor->maxX), z1 = std::min(z + kTile, floor->maxZ);
-            addQuad(vertices, indices, {{{x, y, z}, {x1, y, z}, {x1, y, z1}, {x, y, z1}}}, (row + column) % 2 ? boardA : boardB);
+            addQuad(vertices, indices, {{{x, y, z}, {x1, y, z}, {x1, y, z1}, {x, y, z1}}},
+                    (row + column) % 2 ? boardA : boardB);
         }
     }
     // Walls (each a slightly different shade, as daylight from one side would give) and the ceiling.
@@ -73,7 +74,8 @@ void buildRoom(const memory::SimulatedRoom& room, std::vector<Vertex>& vertices,
     addQuad(vertices, indices, {{{x0, y, z1}, {x1, y, z1}, {x1, top, z1}, {x0, top, z1}}}, scaled(wall, 0.8f));
     addQuad(vertices, indices, {{{x0, y, z0}, {x0, y, z1}, {x0, top, z1}, {x0, top, z0}}}, scaled(wall, 0.9f));
     addQuad(vertices, indices, {{{x1, y, z0}, {x1, y, z1}, {x1, top, z1}, {x1, top, z0}}}, scaled(wall, 0.7f));
-    addQuad(vertices, indices, {{{x0, top, z0}, {x1, top, z0}, {x1, top, z1}, {x0, top, z1}}}, linearFromSrgb(0.9f, 0.9f, 0.88f));
+    addQuad(vertices, indices, {{{x0, top, z0}, {x1, top, z0}, {x1, top, z1}, {x0, top, z1}}},
+            linearFromSrgb(0.9f, 0.9f, 0.88f));
 
     // Furniture: a block from the floor up to each other surface, top lighter than the sides.
     const Colour palette[] = {linearFromSrgb(0.35f, 0.22f, 0.14f), linearFromSrgb(0.62f, 0.62f, 0.60f),
@@ -83,15 +85,25 @@ void buildRoom(const memory::SimulatedRoom& room, std::vector<Vertex>& vertices,
         if (&s == floor) continue;
         const Colour c = palette[piece++ % std::size(palette)];
         const float h = s.height;
-        addQuad(vertices, indices, {{{s.minX, h, s.minZ}, {s.maxX, h, s.minZ}, {s.maxX, h, s.maxZ}, {s.minX, h, s.maxZ}}}, c);
-        addQuad(vertices, indices, {{{s.minX, y, s.maxZ}, {s.maxX, y, s.maxZ}, {s.maxX, h, s.maxZ}, {s.minX, h, s.maxZ}}}, scaled(c, 0.6f));
-        addQuad(vertices, indices, {{{s.minX, y, s.minZ}, {s.maxX, y, s.minZ}, {s.maxX, h, s.minZ}, {s.minX, h, s.minZ}}}, scaled(c, 0.6f));
-        addQuad(vertices, indices, {{{s.minX, y, s.minZ}, {s.minX, y, s.maxZ}, {s.minX, h, s.maxZ}, {s.minX, h, s.minZ}}}, scaled(c, 0.75f));
-        addQuad(vertices, indices, {{{s.maxX, y, s.minZ}, {s.maxX, y, s.maxZ}, {s.maxX, h, s.maxZ}, {s.maxX, h, s.minZ}}}, scaled(c, 0.75f));
+        addQuad(vertices, indices,
+                {{{s.minX, h, s.minZ}, {s.maxX, h, s.minZ}, {s.maxX, h, s.maxZ}, {s.minX, h, s.maxZ}}}, c);
+        addQuad(vertices, indices,
+                {{{s.minX, y, s.maxZ}, {s.maxX, y, s.maxZ}, {s.maxX, h, s.maxZ}, {s.minX, h, s.maxZ}}},
+                scaled(c, 0.6f));
+        addQuad(vertices, indices,
+                {{{s.minX, y, s.minZ}, {s.maxX, y, s.minZ}, {s.maxX, h, s.minZ}, {s.minX, h, s.minZ}}},
+                scaled(c, 0.6f));
+        addQuad(vertices, indices,
+                {{{s.minX, y, s.minZ}, {s.minX, y, s.maxZ}, {s.minX, h, s.maxZ}, {s.minX, h, s.minZ}}},
+                scaled(c, 0.75f));
+        addQuad(vertices, indices,
+                {{{s.maxX, y, s.minZ}, {s.maxX, y, s.maxZ}, {s.maxX, h, s.maxZ}, {s.maxX, h, s.minZ}}},
+                scaled(c, 0.75f));
     }
 }
 
-void buildFeaturePoints(const memory::SimulatedRoom& room, std::vector<Vertex>& vertices, std::vector<std::uint32_t>& indices) {
+void buildFeaturePoints(const memory::SimulatedRoom& room, std::vector<Vertex>& vertices,
+                        std::vector<std::uint32_t>& indices) {
     vertices.clear();
     indices.clear();
     const Colour yellow = linearFromSrgb(1.0f, 0.85f, 0.0f);
@@ -114,7 +126,8 @@ void buildFeaturePoints(const memory::SimulatedRoom& room, std::vector<Vertex>& 
     }
 }
 
-void buildAxes(const std::vector<simd_float4x4>& frames, std::vector<Vertex>& vertices, std::vector<std::uint32_t>& indices) {
+void buildAxes(const std::vector<simd_float4x4>& frames, std::vector<Vertex>& vertices,
+               std::vector<std::uint32_t>& indices) {
     vertices.clear();
     indices.clear();
     const Colour colours[3] = {{1, 0, 0, 1}, {0, 1, 0, 1}, {0, 0, 1, 1}};
@@ -124,7 +137,8 @@ void buildAxes(const std::vector<simd_float4x4>& frames, std::vector<Vertex>& ve
             const auto& d = m.columns[axis];
             Vertex a, b;
             a.position = {origin[0], origin[1], origin[2]};
-            b.position = {origin[0] + d[0] * kAxisLength, origin[1] + d[1] * kAxisLength, origin[2] + d[2] * kAxisLength};
+            b.position = {origin[0] + d[0] * kAxisLength, origin[1] + d[1] * kAxisLength,
+                          origin[2] + d[2] * kAxisLength};
             a.color = b.color = colours[axis];
             indices.push_back(static_cast<std::uint32_t>(vertices.size()));
             vertices.push_back(a);
@@ -134,4 +148,4 @@ void buildAxes(const std::vector<simd_float4x4>& frames, std::vector<Vertex>& ve
     }
 }
 
-} // namespace orrery::render
+}  // namespace orrery::render

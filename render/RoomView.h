@@ -20,9 +20,11 @@ void buildRoom(const memory::SimulatedRoom& room, std::vector<Vertex>& vertices,
 
 /// Points on every surface where the session finds features: a 20 cm grid, jittered by a hash
 /// so it does not look ruled, the same on every run.
-void buildFeaturePoints(const memory::SimulatedRoom& room, std::vector<Vertex>& vertices, std::vector<std::uint32_t>& indices);
+void buildFeaturePoints(const memory::SimulatedRoom& room, std::vector<Vertex>& vertices,
+                        std::vector<std::uint32_t>& indices);
 
 /// Line pairs: red x, green y, blue z axes, 10 cm long, for each frame.
-void buildAxes(const std::vector<simd_float4x4>& frames, std::vector<Vertex>& vertices, std::vector<std::uint32_t>& indices);
+void buildAxes(const std::vector<simd_float4x4>& frames, std::vector<Vertex>& vertices,
+               std::vector<std::uint32_t>& indices);
 
-} // namespace orrery::render
+}  // namespace orrery::render

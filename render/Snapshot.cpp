@@ -32,7 +32,8 @@ Image readPng(const std::filesystem::path& path) {
     int channels = 0;
     stbi_uc* pixels = stbi_load(path.c_str(), &image.width, &image.height, &channels, 4);
     if (!pixels) throw std::runtime_error("cannot read '" + path.string() + "' as an image");
-    image.rgba.assign(pixels, pixels + static_cast<std::size_t>(image.width) * static_cast<std::size_t>(image.height) * 4);
+    image.rgba.assign(pixels,
+                      pixels + static_cast<std::size_t>(image.width) * static_cast<std::size_t>(image.height) * 4);
     stbi_image_free(pixels);
     return image;
 }
@@ -49,7 +50,7 @@ bool hasExtension(const char* list, const char* name) {
 
 [[noreturn]] void fail(const std::string& what) { throw std::runtime_error("headless rendering: " + what); }
 
-} // namespace
+}  // namespace
 
 struct HeadlessRenderer::Context {
     EGLDisplay display = EGL_NO_DISPLAY;
@@ -62,7 +63,8 @@ struct HeadlessRenderer::Context {
 
     Context() {
         if (!hasExtension(eglQueryString(EGL_NO_DISPLAY, EGL_EXTENSIONS), "EGL_MESA_platform_surfaceless"))
-            fail("EGL offers no surfaceless platform (EGL_MESA_platform_surfaceless); install Mesa's EGL (libegl-mesa0)");
+            fail("EGL offers no surfaceless platform (EGL_MESA_platform_surfaceless); install Mesa's EGL "
+                 "(libegl-mesa0)");
         display = eglGetPlatformDisplayEXT(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr);
         if (display == EGL_NO_DISPLAY) fail("no surfaceless EGL display");
         EGLint major = 0, minor = 0;
@@ -85,7 +87,8 @@ struct HeadlessRenderer::Context {
         dl_iterate_phdr(
             [](dl_phdr_info* info, std::size_t, void*) {
                 const char* path = info->dlpi_name;
-                if (path && (std::strstr(path, "/dri/") || std::strstr(path, "libgallium") || std::strstr(path, "libLLVM")))
+                if (path &&
+                    (std::strstr(path, "/dri/") || std::strstr(path, "libgallium") || std::strstr(path, "libLLVM")))
                     dlopen(path, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE);
                 return 0;
             },
@@ -99,8 +102,13 @@ struct HeadlessRenderer::Context {
         EGLint count = 0;
         const bool haveConfig = eglChooseConfig(display, configAttributes, &config, 1, &count) && count > 0;
         if (eglBindAPI(EGL_OPENGL_API)) {
-            const EGLint core[] = {EGL_CONTEXT_MAJOR_VERSION, 3, EGL_CONTEXT_MINOR_VERSION, 3,
-                                   EGL_CONTEXT_OPENGL_PROFILE_MASK, EGL_CONTEXT_OPENGL_CORE_PROFILE_BIT, EGL_NONE};
+            const EGLint core[] = {EGL_CONTEXT_MAJOR_VERSION,
+                                   3,
+                                   EGL_CONTEXT_MINOR_VERSION,
+                                   3,
+                                   EGL_CONTEXT_OPENGL_PROFILE_MASK,
+                                   EGL_CONTEXT_OPENGL_CORE_PROFILE_BIT,
+                                   EGL_NONE};
             context = eglCreateContext(display, haveConfig ? config : EGL_NO_CONFIG_KHR, EGL_NO_CONTEXT, core);
         }
         if (context == EGL_NO_CONTEXT && eglBindAPI(EGL_OPENGL_ES_API)) {
@@ -133,7 +141,8 @@ struct HeadlessRenderer::Context {
         glBindFramebuffer(GL_FRAMEBUFFER, multisampledFramebuffer);
         glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, colourSamples);
         glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_DEPTH_ATTACHMENT, GL_RENDERBUFFER, depthSamples);
-        if (glCheckFramebufferStatus(GL_FRAMEBUFFER) != GL_FRAMEBUFFER_COMPLETE) fail("multisampled framebuffer incomplete");
+        if (glCheckFramebufferStatus(GL_FRAMEBUFFER) != GL_FRAMEBUFFER_COMPLETE)
+            fail("multisampled framebuffer incomplete");
 
         glGenRenderbuffers(1, &resolvedColour);
         glBindRenderbuffer(GL_RENDERBUFFER, resolvedColour);
@@ -172,11 +181,15 @@ struct HeadlessRenderer::Context {
     ~Context() { release(); }
 };
 
-HeadlessRenderer::HeadlessRenderer(int samples) : context_(std::make_unique<Context>()) { context_->requestedSamples = std::max(1, samples); }
+HeadlessRenderer::HeadlessRenderer(int samples) : context_(std::make_unique<Context>()) {
+    context_->requestedSamples = std::max(1, samples);
+}
 HeadlessRenderer::~HeadlessRenderer() = default;
 
-Image HeadlessRenderer::render(const memory::SceneFrame& frame, int widthPx, int heightPx, const RenderOptions& options) {
-    if (widthPx <= 0 || heightPx <= 0) throw std::runtime_error("headless rendering: the picture needs a positive size");
+Image HeadlessRenderer::render(const memory::SceneFrame& frame, int widthPx, int heightPx,
+                               const RenderOptions& options) {
+    if (widthPx <= 0 || heightPx <= 0)
+        throw std::runtime_error("headless rendering: the picture needs a positive size");
     Context& c = *context_;
     c.makeCurrent();
     c.resize(widthPx, heightPx);
@@ -233,4 +246,4 @@ void snapshot(const memory::SceneFrame& frame, const std::filesystem::path& path
     writePng(headless->render(frame, widthPx, heightPx, options), path);
 }
 
-} // namespace orrery::render
+}  // namespace orrery::render

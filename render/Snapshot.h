@@ -50,4 +50,4 @@ private:
 void snapshot(const memory::SceneFrame& frame, const std::filesystem::path& path, int widthPx, int heightPx,
               const RenderOptions& options = {});
 
-} // namespace orrery::render
+}  // namespace orrery::render

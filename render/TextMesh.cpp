@@ -11,7 +11,8 @@ std::string textMeshKey(const memory::MemoryTextGeometry& text) {
            '\0' + std::to_string(text.extrusionDepth);
 }
 
-void buildTextMesh(const memory::MemoryTextGeometry& text, std::vector<Vertex>& vertices, std::vector<std::uint32_t>& indices) {
+void buildTextMesh(const memory::MemoryTextGeometry& text, std::vector<Vertex>& vertices,
+                   std::vector<std::uint32_t>& indices) {
     vertices.clear();
     indices.clear();
     const auto layout = memory::layoutText(text.string, memory::textFont(text.font));
@@ -25,4 +26,4 @@ void buildTextMesh(const memory::MemoryTextGeometry& text, std::vector<Vertex>& 
     }
 }
 
-} // namespace orrery::render
+}  // namespace orrery::render

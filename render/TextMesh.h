@@ -14,6 +14,7 @@ namespace orrery::render {
 std::string textMeshKey(const memory::MemoryTextGeometry& text);
 
 /// Front face (+z), back face and sides of the extruded text, in the text's own units.
-void buildTextMesh(const memory::MemoryTextGeometry& text, std::vector<Vertex>& vertices, std::vector<std::uint32_t>& indices);
+void buildTextMesh(const memory::MemoryTextGeometry& text, std::vector<Vertex>& vertices,
+                   std::vector<std::uint32_t>& indices);
 
-} // namespace orrery::render
+}  // namespace orrery::render

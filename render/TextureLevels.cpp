@@ -14,7 +14,9 @@ float encodeSrgb(float linear) {
     return linear <= 0.0031308f ? linear * 12.92f : 1.055f * std::pow(linear, 1.0f / 2.4f) - 0.055f;
 }
 
-float decodeSrgb(float encoded) { return encoded <= 0.04045f ? encoded / 12.92f : std::pow((encoded + 0.055f) / 1.055f, 2.4f); }
+float decodeSrgb(float encoded) {
+    return encoded <= 0.04045f ? encoded / 12.92f : std::pow((encoded + 0.055f) / 1.055f, 2.4f);
+}
 
 namespace {
 
@@ -27,9 +29,11 @@ const std::array<float, 256>& linearOfByte() {
     return table;
 }
 
-std::uint8_t byteOf(float unit) { return static_cast<std::uint8_t>(std::lround(std::clamp(unit, 0.0f, 1.0f) * 255.0f)); }
+std::uint8_t byteOf(float unit) {
+    return static_cast<std::uint8_t>(std::lround(std::clamp(unit, 0.0f, 1.0f) * 255.0f));
+}
 
-} // namespace
+}  // namespace
 
 TextureLevel halfLevel(const TextureLevel& level) {
     const auto& linear = linearOfByte();
@@ -44,13 +48,17 @@ TextureLevel halfLevel(const TextureLevel& level) {
             std::array<float, 4> sum{};
             for (int dy = 0; dy < spanY; ++dy)
                 for (int dx = 0; dx < spanX; ++dx) {
-                    const std::size_t at = (static_cast<std::size_t>(y * spanY + dy) * static_cast<std::size_t>(level.width) +
-                                            static_cast<std::size_t>(x * spanX + dx)) * 4;
+                    const std::size_t at =
+                        (static_cast<std::size_t>(y * spanY + dy) * static_cast<std::size_t>(level.width) +
+                         static_cast<std::size_t>(x * spanX + dx)) *
+                        4;
                     for (std::size_t c = 0; c < 3; ++c) sum[c] += linear[level.rgba[at + c]];
                     sum[3] += static_cast<float>(level.rgba[at + 3]) / 255.0f;
                 }
             const float count = static_cast<float>(spanX * spanY);
-            std::uint8_t* texel = &out.rgba[(static_cast<std::size_t>(y) * static_cast<std::size_t>(out.width) + static_cast<std::size_t>(x)) * 4];
+            std::uint8_t* texel = &out.rgba[(static_cast<std::size_t>(y) * static_cast<std::size_t>(out.width) +
+                                             static_cast<std::size_t>(x)) *
+                                            4];
             for (std::size_t c = 0; c < 3; ++c) texel[c] = byteOf(encodeSrgb(sum[c] / count));
             texel[3] = byteOf(sum[3] / count);
         }
@@ -60,7 +68,8 @@ TextureLevel halfLevel(const TextureLevel& level) {
 TextureImage loadTexture(const std::string& path) {
     TextureImage image;
     int width = 0, height = 0, channels = 0;
-    std::unique_ptr<stbi_uc, void (*)(void*)> pixels(stbi_load(path.c_str(), &width, &height, &channels, 4), stbi_image_free);
+    std::unique_ptr<stbi_uc, void (*)(void*)> pixels(stbi_load(path.c_str(), &width, &height, &channels, 4),
+                                                     stbi_image_free);
     if (!pixels) return image;  // an unreadable image leaves the material's white
     TextureLevel top;
     top.width = width;
@@ -69,11 +78,13 @@ TextureImage loadTexture(const std::string& path) {
     top.rgba.resize(stride * static_cast<std::size_t>(height));
     // Texture coordinates put t = 0 at the bottom of the image: rows go up from the last.
     for (int y = 0; y < height; ++y)
-        std::copy_n(pixels.get() + static_cast<std::size_t>(height - 1 - y) * stride, stride, top.rgba.data() + static_cast<std::size_t>(y) * stride);
+        std::copy_n(pixels.get() + static_cast<std::size_t>(height - 1 - y) * stride, stride,
+                    top.rgba.data() + static_cast<std::size_t>(y) * stride);
     for (std::size_t i = 3; i < top.rgba.size() && !image.translucent; i += 4) image.translucent = top.rgba[i] < 255;
     image.levels.push_back(std::move(top));
-    while (image.levels.back().width > 1 || image.levels.back().height > 1) image.levels.push_back(halfLevel(image.levels.back()));
+    while (image.levels.back().width > 1 || image.levels.back().height > 1)
+        image.levels.push_back(halfLevel(image.levels.back()));
     return image;
 }
 
-} // namespace orrery::render
+}  // namespace orrery::render

@@ -36,4 +36,4 @@ TextureLevel halfLevel(const TextureLevel& level);
 float encodeSrgb(float linear);
 float decodeSrgb(float encoded);
 
-} // namespace orrery::render
+}  // namespace orrery::render

@@ -31,7 +31,7 @@ struct TreeWalk {
     }
 };
 
-} // namespace
+}  // namespace
 
 std::vector<std::string> brokenInvariants(Simulator& simulator) {
     std::vector<std::string> broken;
@@ -50,12 +50,14 @@ std::vector<std::string> brokenInvariants(Simulator& simulator) {
         if (!label || label->parent() != root) broken.push_back("the label does not hang under the scene root");
         // Only the root's own children count: a model may name an inner node like the label, and
         // such a node always hangs below the model node the app names.
-        const auto labels = std::count_if(root->children().begin(), root->children().end(),
-                                          [&](const auto& child) { return child->nodeName == controller.nodeTextName; });
+        const auto labels = std::count_if(root->children().begin(), root->children().end(), [&](const auto& child) {
+            return child->nodeName == controller.nodeTextName;
+        });
         if (labels != 1)
-            broken.push_back(std::to_string(labels) + " children of the root carry the label's name " + controller.nodeTextName);
+            broken.push_back(std::to_string(labels) + " children of the root carry the label's name " +
+                             controller.nodeTextName);
     }
     return broken;
 }
 
-} // namespace orrery::sim
+}  // namespace orrery::sim

@@ -17,4 +17,4 @@ namespace orrery::sim {
 /// - no node runs two actions under the same key.
 std::vector<std::string> brokenInvariants(Simulator& simulator);
 
-} // namespace orrery::sim
+}  // namespace orrery::sim

@@ -43,7 +43,8 @@ std::string reservedNameReason(const std::string& name, const std::string& label
     return {};
 }
 
-void forEachNode(const memory::MemoryNode& node, int depth, const std::function<void(const memory::MemoryNode&, int)>& f) {
+void forEachNode(const memory::MemoryNode& node, int depth,
+                 const std::function<void(const memory::MemoryNode&, int)>& f) {
     f(node, depth);
     for (const auto& child : node.children()) forEachNode(*child, depth + 1, f);
 }
@@ -58,13 +59,14 @@ void writeTree(std::ostream& out, const memory::MemoryScene& scene, const memory
         out << indent << "node " << (node.nodeName ? "\"" + *node.nodeName + "\"" : std::string("(unnamed)"));
         if (const auto line = report.nodeLines.find(&node); line != report.nodeLines.end())
             out << " line " << line->second;
-        out << ": position " << vector(node.nodePosition()) << ", rotation " << vector({node.nodeRotation().x, node.nodeRotation().y, node.nodeRotation().z})
-            << " " << number(node.nodeRotation().w) << " rad, scale " << vector(node.nodeScale()) << "\n";
+        out << ": position " << vector(node.nodePosition()) << ", rotation "
+            << vector({node.nodeRotation().x, node.nodeRotation().y, node.nodeRotation().z}) << " "
+            << number(node.nodeRotation().w) << " rad, scale " << vector(node.nodeScale()) << "\n";
         const auto* mesh = dynamic_cast<const memory::MemoryMeshGeometry*>(node.nodeGeometry().get());
         if (!mesh) return;
-        out << indent << "  mesh: " << mesh->indices.size() / 3 << " triangles, " << mesh->positions.size() << " vertices"
-            << (mesh->normals.empty() ? "" : ", normals") << (mesh->textureCoordinates.empty() ? "" : ", texture coordinates")
-            << "\n";
+        out << indent << "  mesh: " << mesh->indices.size() / 3 << " triangles, " << mesh->positions.size()
+            << " vertices" << (mesh->normals.empty() ? "" : ", normals")
+            << (mesh->textureCoordinates.empty() ? "" : ", texture coordinates") << "\n";
         for (const auto& material : mesh->materials) {
             out << indent << "  material \"" << material->name.value_or("") << "\": ";
             const auto& contents = material->diffuseProperty->contents;
@@ -79,13 +81,15 @@ void writeTree(std::ostream& out, const memory::MemoryScene& scene, const memory
     });
 }
 
-} // namespace
+}  // namespace
 
-std::size_t writeModelDiagnostics(std::ostream& out, const std::filesystem::path& file, const memory::ModelReport& report,
-                                  const memory::MemoryScene* scene, const std::string& labelName) {
+std::size_t writeModelDiagnostics(std::ostream& out, const std::filesystem::path& file,
+                                  const memory::ModelReport& report, const memory::MemoryScene* scene,
+                                  const std::string& labelName) {
     std::size_t warnings = report.warnings.size() + report.unlistedWarnings;
     if (report.error) out << location(file, report.error->line) << report.error->message << '\n';
-    for (const auto& warning : report.warnings) out << location(file, warning.line) << "warning: " << warning.message << '\n';
+    for (const auto& warning : report.warnings)
+        out << location(file, warning.line) << "warning: " << warning.message << '\n';
     if (report.unlistedWarnings)
         out << location(file, 0) << "warning: " << report.unlistedWarnings << " more warnings not listed\n";
     if (scene) {
@@ -111,7 +115,8 @@ int checkModels(const std::vector<std::string>& files, std::ostream& out, std::o
         memory::ModelReport report;
         const auto scene = memory::loadColladaFile(file, &report);
         std::ostringstream diagnostics;
-        const std::size_t warnings = writeModelDiagnostics(diagnostics, file, report, scene.get(), controller->nodeTextName);
+        const std::size_t warnings =
+            writeModelDiagnostics(diagnostics, file, report, scene.get(), controller->nodeTextName);
         out << file << ": " << (!scene ? "refused" : warnings ? "loads with warnings" : "loads") << "\n";
         if (scene) writeTree(out, *scene, report);
         out << std::flush;
@@ -121,4 +126,4 @@ int checkModels(const std::vector<std::string>& files, std::ostream& out, std::o
     return status;
 }
 
-} // namespace orrery::sim
+}  // namespace orrery::sim

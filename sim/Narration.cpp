@@ -62,7 +62,7 @@ bool isButton(const std::string& name) {
 }
 
 struct SceneLine {
-    std::string key;   ///< identifies the node across dumps
+    std::string key;  ///< identifies the node across dumps
     std::string text;
 };
 
@@ -107,7 +107,8 @@ std::vector<SceneLine> sceneLines(const Json& scene) {
 void collectNonFinite(const Json& node, std::vector<std::string>& found) {
     for (const char* key : {"position", "scale", "rotation"}) {
         const Json& values = node[key];
-        if (values.is_array() && std::any_of(values.begin(), values.end(), [](const Json& v) { return v.is_string(); })) {
+        if (values.is_array() &&
+            std::any_of(values.begin(), values.end(), [](const Json& v) { return v.is_string(); })) {
             const std::string name = nameOf(node);
             found.push_back((name.empty() ? std::string("(unnamed)") : name) + " " + key);
         }
@@ -126,7 +127,7 @@ std::string nonFiniteNote(const Json& scene) {
     return out + "\n";
 }
 
-} // namespace
+}  // namespace
 
 std::string describeState(const Json& state, const Json* previous, const std::function<std::string(int)>& bodyName) {
     std::string out;
@@ -135,8 +136,8 @@ std::string describeState(const Json& state, const Json* previous, const std::fu
            bodyName(selected) + "); gesture handled: " + (state["gestureHandled"].get<bool>() ? "yes" : "no") +
            "; label shown: " + (state["isTextShown"].get<bool>() ? "yes" : "no") + "; AR session " +
            state["session"].get<std::string>() + "\n";
-    out += "  anchors: " + std::to_string(state["anchors"].size()) +
-           "; browser requests: " + std::to_string(state["openedURLs"].size() + state.value("openedURLsDropped", std::size_t{0}));
+    out += "  anchors: " + std::to_string(state["anchors"].size()) + "; browser requests: " +
+           std::to_string(state["openedURLs"].size() + state.value("openedURLsDropped", std::size_t{0}));
     if (!state["openedURLs"].empty()) out += " (last: " + state["openedURLs"].back()["url"].get<std::string>() + ")";
     out += "; gesture recognisers: " + std::to_string(state["recognizers"].size()) + "\n";
     const Json& scene = state["scene"];
@@ -166,13 +167,15 @@ std::string describeState(const Json& state, const Json* previous, const std::fu
     }
     for (const auto& line : before)
         if (!find(now, line.key)) changes += "    - " + line.text + " (gone)\n";
-    out += changes.empty() ? "  the scene is as at the last dump\n" : "  changes in the scene since the last dump:\n" + changes;
+    out += changes.empty() ? "  the scene is as at the last dump\n"
+                           : "  changes in the scene since the last dump:\n" + changes;
     return out;
 }
 
 std::string describeCalls(const std::vector<memory::PlatformCall>& calls, std::size_t dropped) {
     const std::string droppedNote =
-        dropped > 0 ? "  " + std::to_string(dropped) + " earlier calls were let go unread by the bounded call log\n" : "";
+        dropped > 0 ? "  " + std::to_string(dropped) + " earlier calls were let go unread by the bounded call log\n"
+                    : "";
     if (calls.empty()) return droppedNote + "  no platform calls since the last look\n";
     std::vector<std::pair<std::string, int>> counts;
     for (const auto& call : calls) {
@@ -183,10 +186,12 @@ std::string describeCalls(const std::vector<memory::PlatformCall>& calls, std::s
         else
             ++it->second;
     }
-    std::string out = droppedNote + "  " + std::to_string(calls.size()) + " platform calls since the last look, by operation:\n";
+    std::string out =
+        droppedNote + "  " + std::to_string(calls.size()) + " platform calls since the last look, by operation:\n";
     std::string line = "   ";
     for (std::size_t i = 0; i < counts.size(); ++i) {
-        std::string item = " " + counts[i].first + " x" + std::to_string(counts[i].second) + (i + 1 < counts.size() ? "," : "");
+        std::string item =
+            " " + counts[i].first + " x" + std::to_string(counts[i].second) + (i + 1 < counts.size() ? "," : "");
         if (line.size() + item.size() > 78) {
             out += line + "\n";
             line = "   ";
@@ -196,4 +201,4 @@ std::string describeCalls(const std::vector<memory::PlatformCall>& calls, std::s
     return out + line + "\n";
 }
 
-} // namespace orrery::sim
+}  // namespace orrery::sim

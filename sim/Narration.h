@@ -18,4 +18,4 @@ std::string describeState(const Json& state, const Json* previous, const std::fu
 /// counts earlier calls that the bounded log let go unread.
 std::string describeCalls(const std::vector<memory::PlatformCall>& calls, std::size_t dropped = 0);
 
-} // namespace orrery::sim
+}  // namespace orrery::sim

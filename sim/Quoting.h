@@ -15,4 +15,4 @@ inline constexpr std::size_t kQuotedPrefixBytes = 64;
 /// longer than kQuotedPrefixBytes is cut at a character boundary and ends in "... (N bytes)".
 std::string quotedWord(std::string_view word);
 
-} // namespace orrery::sim
+}  // namespace orrery::sim

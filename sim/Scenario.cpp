@@ -87,8 +87,7 @@ constexpr VerbInfo kVerbs[] = {
      "runs N frames of 1/60 s (default 1): new anchors are reported, the main queue\n"
      "is drained, actions advance"},
     {Verb::advance, "advance", "SECONDS", "runs frames covering that time"},
-    {Verb::hits, "hits", "TARGET... | none",
-     "the next scene hit test returns these nodes, nearest first (or nothing)"},
+    {Verb::hits, "hits", "TARGET... | none", "the next scene hit test returns these nodes, nearest first (or nothing)"},
     {Verb::features, "features", "X,Y,Z... | none",
      "the next feature-point hit test returns hits at these world positions,\n"
      "nearest first (or nothing)"},
@@ -116,12 +115,13 @@ public:
     void expectCount(std::size_t min, std::size_t max) const {
         std::size_t n = args_.size();
         if (n >= min && n <= max) return;
-        std::string expected = min == max ? std::to_string(min) : max == std::numeric_limits<std::size_t>::max()
-                                                                        ? "at least " + std::to_string(min)
-                                                                        : std::to_string(min) + " or " + std::to_string(max);
+        std::string expected = min == max ? std::to_string(min)
+                               : max == std::numeric_limits<std::size_t>::max()
+                                   ? "at least " + std::to_string(min)
+                                   : std::to_string(min) + " or " + std::to_string(max);
         std::string form = *info_.usage ? std::string(" (") + info_.name + " " + info_.usage + ")" : "";
-        fail(std::string("'") + info_.name + "' takes " + expected + " argument" + (expected == "1" || expected == "at least 1" ? "" : "s") +
-             form + ", got " + std::to_string(n));
+        fail(std::string("'") + info_.name + "' takes " + expected + " argument" +
+             (expected == "1" || expected == "at least 1" ? "" : "s") + form + ", got " + std::to_string(n));
     }
 
     const Word& arg(std::size_t i) const { return args_[i]; }
@@ -208,7 +208,7 @@ private:
 
 constexpr std::size_t kMany = std::numeric_limits<std::size_t>::max();
 
-} // namespace
+}  // namespace
 
 std::optional<double> parseNumber(std::string_view word) {
     // from_chars takes no '+'; accept one, but not "+-1".
@@ -228,7 +228,8 @@ std::optional<std::pair<int, int>> parsePictureSize(std::string_view word) {
     auto side = [](std::string_view digits) -> std::optional<int> {
         int value = 0;
         auto [end, ec] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
-        if (digits.empty() || digits.front() == '-' || ec != std::errc() || end != digits.data() + digits.size()) return std::nullopt;
+        if (digits.empty() || digits.front() == '-' || ec != std::errc() || end != digits.data() + digits.size())
+            return std::nullopt;
         if (value < 1 || value > kMaxPictureSide) return std::nullopt;
         return value;
     };
@@ -265,9 +266,7 @@ ScenarioLine parseLine(std::string_view text, std::size_t lineNumber) {
     case Verb::disappear:
     case Verb::memorywarning:
     case Verb::dump:
-    case Verb::calls:
-        r.expectCount(0, 0);
-        break;
+    case Verb::calls: r.expectCount(0, 0); break;
     case Verb::camera: {
         r.expectCount(5, 5);
         static constexpr const char* what[] = {"camera X", "camera Y", "camera Z", "camera YAW", "camera PITCH"};
@@ -280,7 +279,8 @@ ScenarioLine parseLine(std::string_view text, std::size_t lineNumber) {
             const std::string& w = r.arg(0).text;
             unsigned long n = 0;
             auto [end, ec] = std::from_chars(w.data(), w.data() + w.size(), n);
-            const bool whole = end == w.data() + w.size() && (ec == std::errc() || ec == std::errc::result_out_of_range);
+            const bool whole =
+                end == w.data() + w.size() && (ec == std::errc() || ec == std::errc::result_out_of_range);
             if (!whole) r.fail("frame count is not a whole number of frames: " + quotedWord(w));
             if (ec != std::errc() || n > kMaxFramesPerLine)
                 r.fail("frame count " + quotedWord(w) + " is beyond the limit of " + std::to_string(kMaxFramesPerLine) +
@@ -384,4 +384,4 @@ std::string commandSummary() {
     return out;
 }
 
-} // namespace orrery::sim
+}  // namespace orrery::sim

@@ -27,8 +27,24 @@ public:
 };
 
 enum class Verb {
-    appear, disappear, memorywarning, camera, frame, advance, hits, features,
-    touch, press, pinch, rotate, pan, longpress, doubletap, dump, calls, snapshot,
+    appear,
+    disappear,
+    memorywarning,
+    camera,
+    frame,
+    advance,
+    hits,
+    features,
+    touch,
+    press,
+    pinch,
+    rotate,
+    pan,
+    longpress,
+    doubletap,
+    dump,
+    calls,
+    snapshot,
 };
 
 /// A screen point given literally (`X,Y`) or as the projected centre of a node (`@NAME`).
@@ -46,15 +62,15 @@ struct TargetArg {
 struct Command {
     Verb verb = Verb::dump;
     std::size_t line = 0;
-    std::string source;                        ///< the line as written, without surrounding blanks
-    std::vector<double> numbers;               ///< camera: x y z yaw pitch; advance; pinch/rotate value; pan tx ty
-    unsigned long frames = 1;                  ///< frame
+    std::string source;           ///< the line as written, without surrounding blanks
+    std::vector<double> numbers;  ///< camera: x y z yaw pitch; advance; pinch/rotate value; pan tx ty
+    unsigned long frames = 1;     ///< frame
     std::optional<UIGestureRecognizerState> state;
     std::optional<PointArg> point;
-    std::vector<TargetArg> targets;            ///< hits; empty for `hits none`
-    std::vector<SCNVector3> featurePoints;     ///< features; empty for `features none`
-    std::string name;                          ///< press; snapshot: the file
-    int width = 0, height = 0;                 ///< snapshot: picture size in pixels (0: the screen's size in points)
+    std::vector<TargetArg> targets;         ///< hits; empty for `hits none`
+    std::vector<SCNVector3> featurePoints;  ///< features; empty for `features none`
+    std::string name;                       ///< press; snapshot: the file
+    int width = 0, height = 0;              ///< snapshot: picture size in pixels (0: the screen's size in points)
 };
 
 /// A `#` line; `text` is everything after the `#`.
@@ -85,4 +101,4 @@ inline constexpr int kMaxPictureSide = 8192;
 /// The command words with their argument forms, for the usage text.
 std::string commandSummary();
 
-} // namespace orrery::sim
+}  // namespace orrery::sim

@@ -1,6 +1,7 @@
 #include "sim/Simulator.h"
 
 #include "sim/ModelCheck.h"
+#include "platform/memory/scene/SceneIndex.h"
 #include "sim/Quoting.h"
 
 #include <algorithm>
@@ -24,15 +25,15 @@ SCNVector3 transformPoint(const simd_float4x4& m, SCNVector3 p) {
 
 struct Box {
     bool empty = true;
-    SCNVector3 min, max;
-    void add(SCNVector3 p) {
+    SCNBoundingBox bounds;
+    void add(const SCNBoundingBox& b) {
         if (empty) {
-            min = max = p;
+            bounds = b;
             empty = false;
             return;
         }
-        min = {std::min(min.x, p.x), std::min(min.y, p.y), std::min(min.z, p.z)};
-        max = {std::max(max.x, p.x), std::max(max.y, p.y), std::max(max.z, p.z)};
+        bounds = {{std::min(bounds.min.x, b.min.x), std::min(bounds.min.y, b.min.y), std::min(bounds.min.z, b.min.z)},
+                  {std::max(bounds.max.x, b.max.x), std::max(bounds.max.y, b.max.y), std::max(bounds.max.z, b.max.z)}};
     }
 };
 
@@ -44,13 +45,9 @@ SCNBoundingBox geometryBounds(const SCNGeometry& geometry) {
 
 /// Bounds of `node`'s subtree geometry in the space that `toReference` maps the node into.
 void addSubtreeBounds(const MemoryNode& node, const simd_float4x4& toReference, Box& box) {
-    if (node.nodeGeometry()) {
-        SCNBoundingBox b = geometryBounds(*node.nodeGeometry());
-        for (int corner = 0; corner < 8; ++corner)
-            box.add(transformPoint(toReference, {corner & 1 ? b.max.x : b.min.x, corner & 2 ? b.max.y : b.min.y,
-                                                 corner & 4 ? b.max.z : b.min.z}));
-    }
-    for (const auto& child : node.children()) addSubtreeBounds(*child, simd_mul(toReference, child->localTransform()), box);
+    if (node.nodeGeometry()) box.add(memory::transformedBox(toReference, geometryBounds(*node.nodeGeometry())));
+    for (const auto& child : node.children())
+        addSubtreeBounds(*child, simd_mul(toReference, child->localTransform()), box);
 }
 
 std::shared_ptr<MemoryNode> firstWithGeometry(const std::shared_ptr<MemoryNode>& node) {
@@ -66,7 +63,7 @@ std::string formatPoint(CGPoint p) {
     return buf;
 }
 
-} // namespace
+}  // namespace
 
 Simulator::Simulator(const std::filesystem::path& assetParent)
     : platform_(assetParent), controllerOwner_(ViewController::make(platform_)), controller_(*controllerOwner_) {
@@ -108,7 +105,9 @@ std::shared_ptr<SCNNode> Simulator::resolveTarget(const TargetArg& target, std::
     if (!node) throw ScenarioError(line, "no node named " + quotedWord(target.nodeName));
     if (!target.mesh) return node;
     auto mesh = firstWithGeometry(node);
-    if (!mesh) throw ScenarioError(line, "node " + quotedWord(target.nodeName) + " has no geometry-carrying node in its subtree");
+    if (!mesh)
+        throw ScenarioError(line,
+                            "node " + quotedWord(target.nodeName) + " has no geometry-carrying node in its subtree");
     return mesh;
 }
 
@@ -118,8 +117,10 @@ CGPoint Simulator::resolvePoint(const PointArg& point, std::size_t line) {
     if (!node) throw ScenarioError(line, "no node named " + quotedWord(point.nodeName) + " is in the scene");
     Box box;
     addSubtreeBounds(*node, matrix_identity_float4x4(), box);
-    SCNVector3 centre = box.empty ? SCNVector3{} : SCNVector3{(box.min.x + box.max.x) / 2, (box.min.y + box.max.y) / 2,
-                                                              (box.min.z + box.max.z) / 2};
+    const SCNBoundingBox& b = box.bounds;
+    SCNVector3 centre = box.empty
+                            ? SCNVector3{}
+                            : SCNVector3{(b.min.x + b.max.x) / 2, (b.min.y + b.max.y) / 2, (b.min.z + b.max.z) / 2};
     SCNVector3 world = transformPoint(node->worldTransform(), centre);
     const auto& camera = platform_.view->camera;
     auto screen = camera.project(world);
@@ -227,4 +228,4 @@ std::string Simulator::bodyName(int index) {
     return model ? memory::asMemory(model)->nodeName.value_or("") : std::string{};
 }
 
-} // namespace orrery::sim
+}  // namespace orrery::sim

@@ -17,9 +17,9 @@ namespace orrery::sim {
 /// What a command printed (dump and calls only).
 struct Output {
     enum class Kind { none, dump, calls } kind = Kind::none;
-    Json state;                                 ///< dump
-    std::vector<memory::PlatformCall> calls;    ///< calls
-    std::size_t droppedCalls = 0;               ///< calls: unread calls the bounded log let go
+    Json state;                               ///< dump
+    std::vector<memory::PlatformCall> calls;  ///< calls
+    std::size_t droppedCalls = 0;             ///< calls: unread calls the bounded log let go
 };
 
 class Simulator {
@@ -44,7 +44,8 @@ public:
     /// Draws `frame` at width x height pixels into a PNG file at `path`, throwing std::runtime_error
     /// when it cannot; the program's main sets it to the renderer's (render/Snapshot.h), so that
     /// the simulator itself draws nothing.
-    std::function<void(const memory::SceneFrame& frame, const std::filesystem::path& path, int width, int height)> snapshotHook;
+    std::function<void(const memory::SceneFrame& frame, const std::filesystem::path& path, int width, int height)>
+        snapshotHook;
     /// The screen point of a POINT argument (`@NAME`: the projected centre of the node's bounds).
     CGPoint resolvePoint(const PointArg& point, std::size_t line);
 
@@ -69,4 +70,4 @@ private:
     ViewController& controller_;
 };
 
-} // namespace orrery::sim
+}  // namespace orrery::sim

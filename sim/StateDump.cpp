@@ -10,7 +10,7 @@ namespace {
 
 Json optionalText(const std::optional<std::string>& text) { return text ? Json(*text) : Json(nullptr); }
 
-} // namespace
+}  // namespace
 
 Json stateJson(memory::MemoryPlatform& platform, const AppFlags& flags) {
     const auto& view = *platform.view;
@@ -25,7 +25,8 @@ Json stateJson(memory::MemoryPlatform& platform, const AppFlags& flags) {
     case memory::SessionState::paused: out["session"] = "paused"; break;
     }
     Json anchors = Json::array();
-    for (const auto& anchor : view.arSession.anchors) anchors.push_back(Json{{"transform", DumpJson::matrix(anchor->transform())}});
+    for (const auto& anchor : view.arSession.anchors)
+        anchors.push_back(Json{{"transform", DumpJson::matrix(anchor->transform())}});
     out["anchors"] = std::move(anchors);
     Json urls = Json::array();
     for (const auto& request : platform.application.openedURLs)
@@ -48,7 +49,8 @@ Json stateJson(memory::MemoryPlatform& platform, const AppFlags& flags) {
         recognizers.push_back(std::move(r));
     }
     out["recognizers"] = std::move(recognizers);
-    out["scene"] = view.currentScene && view.currentScene->root() ? DumpJson::node(*view.currentScene->root()) : Json(nullptr);
+    out["scene"] =
+        view.currentScene && view.currentScene->root() ? DumpJson::node(*view.currentScene->root()) : Json(nullptr);
     return out;
 }
 
@@ -69,4 +71,4 @@ std::string callsLine(const std::vector<memory::PlatformCall>& calls, std::size_
 
 std::string jsonLine(const Json& value) { return value.dump(-1, ' ', false, Json::error_handler_t::replace); }
 
-} // namespace orrery::sim
+}  // namespace orrery::sim

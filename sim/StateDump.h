@@ -32,4 +32,4 @@ std::string callsLine(const std::vector<memory::PlatformCall>& calls, std::size_
 /// One line of JSON; invalid UTF-8 in texts is replaced rather than rejected.
 std::string jsonLine(const Json& value);
 
-} // namespace orrery::sim
+}  // namespace orrery::sim

@@ -32,7 +32,8 @@ struct Options {
 };
 
 [[noreturn]] void usage(const std::string& message) {
-    std::fprintf(stderr, "orrery-soak: %s\nusage: orrery-soak [--events N] [--seed S] [--max-anchors A]\n", message.c_str());
+    std::fprintf(stderr, "orrery-soak: %s\nusage: orrery-soak [--events N] [--seed S] [--max-anchors A]\n",
+                 message.c_str());
     std::exit(2);
 }
 
@@ -75,16 +76,25 @@ public:
         // misses the buttons would otherwise find in the simulated room.
         const std::string features = placing ? "features " + floorPoint() : "features none";
         switch (pick(20)) {
-        case 0: case 1: case 2: return {features, "touch " + point()};
+        case 0:
+        case 1:
+        case 2: return {features, "touch " + point()};
         case 3: return {"press " + pickOf(kButtons)};
-        case 4: case 5: return {"hits " + target(), "pinch " + state() + " " + point() + " " + number(0.5, 2.0)};
-        case 6: case 7: return {"hits " + target(), "rotate " + state() + " " + point() + " " + number(-3, 3)};
-        case 8: case 9:
-            return {"hits " + target(), "pan " + state() + " " + point() + " " + number(-400, 400) + " " + number(-400, 400)};
+        case 4:
+        case 5: return {"hits " + target(), "pinch " + state() + " " + point() + " " + number(0.5, 2.0)};
+        case 6:
+        case 7: return {"hits " + target(), "rotate " + state() + " " + point() + " " + number(-3, 3)};
+        case 8:
+        case 9:
+            return {"hits " + target(),
+                    "pan " + state() + " " + point() + " " + number(-400, 400) + " " + number(-400, 400)};
         case 10: return {"hits " + target(), "longpress " + state() + " " + point()};
         case 11: return {"hits " + target(), "doubletap " + point()};
-        case 12: return {"camera " + number(-2, 2) + " " + number(-1, 1) + " " + number(-2, 2) + " " + number(-3, 3) + " " + number(-1.5, 1.5)};
-        case 13: case 14: return {"frame " + std::to_string(1 + pick(3))};
+        case 12:
+            return {"camera " + number(-2, 2) + " " + number(-1, 1) + " " + number(-2, 2) + " " + number(-3, 3) + " " +
+                    number(-1.5, 1.5)};
+        case 13:
+        case 14: return {"frame " + std::to_string(1 + pick(3))};
         case 15: return {"advance " + number(0, 0.2)};
         case 16:
             if (pick(2) == 0) return {"features none", "touch " + point()};
@@ -99,19 +109,23 @@ public:
     }
 
 private:
-    static constexpr const char* kBodies[] = {"Sun", "Mercury", "Venus", "Earth", "EarthNight", "Moon", "Mars", "Ceres",
-                                             "Jupiter", "Saturn", "Uranus", "Neptune", "Pluto", "Haumea", "Makemake",
-                                             "Eris", "Stars", "planetData"};
+    static constexpr const char* kBodies[] = {"Sun",   "Mercury", "Venus",    "Earth",  "EarthNight", "Moon",
+                                              "Mars",  "Ceres",   "Jupiter",  "Saturn", "Uranus",     "Neptune",
+                                              "Pluto", "Haumea",  "Makemake", "Eris",   "Stars",      "planetData"};
     static constexpr const char* kButtons[] = {
-        "SolarSystemButton", "HelpButton",   "SunButton",     "MercuryButton", "VenusButton", "EarthButton",
-        "EarthNightButton",  "MoonButton",   "MarsButton",    "CeresButton",   "JupiterButton", "SaturnButton",
-        "UranusButton",      "NeptuneButton", "PlutoButton",  "HaumeaButton",  "MakemakeButton", "ErisButton",
-        "NoSuchButton"};
+        "SolarSystemButton", "HelpButton",       "SunButton",    "MercuryButton", "VenusButton",
+        "EarthButton",       "EarthNightButton", "MoonButton",   "MarsButton",    "CeresButton",
+        "JupiterButton",     "SaturnButton",     "UranusButton", "NeptuneButton", "PlutoButton",
+        "HaumeaButton",      "MakemakeButton",   "ErisButton",   "NoSuchButton"};
     static constexpr const char* kLifecycle[] = {"appear", "disappear", "memorywarning", "appear"};
-    static constexpr const char* kStates[] = {"possible", "began", "changed", "changed", "changed", "ended", "cancelled", "failed"};
+    static constexpr const char* kStates[] = {"possible", "began", "changed",   "changed",
+                                              "changed",  "ended", "cancelled", "failed"};
 
     unsigned pick(unsigned n) { return std::uniform_int_distribution<unsigned>(0, n - 1)(random_); }
-    template <std::size_t N> std::string pickOf(const char* const (&items)[N]) { return items[pick(N)]; }
+    template <std::size_t N>
+    std::string pickOf(const char* const (&items)[N]) {
+        return items[pick(N)];
+    }
     std::string number(double low, double high) {
         char text[32];
         std::snprintf(text, sizeof text, "%.4f", std::uniform_real_distribution<double>(low, high)(random_));
@@ -130,7 +144,7 @@ private:
     std::mt19937_64 random_;
 };
 
-} // namespace
+}  // namespace
 
 int main(int argc, char** argv) {
     const Options options = readOptions(argc, argv);
@@ -162,7 +176,8 @@ int main(int argc, char** argv) {
         if ((event + 1) * 10 / options.events != event * 10 / options.events) tenths.push_back(residentMegabytes());
         const auto broken = sim::brokenInvariants(simulator);
         if (!broken.empty()) {
-            std::fprintf(stderr, "orrery-soak: event %lu (seed %lu): %s\n", event + 1, options.seed, broken.front().c_str());
+            std::fprintf(stderr, "orrery-soak: event %lu (seed %lu): %s\n", event + 1, options.seed,
+                         broken.front().c_str());
             return 1;
         }
     }
@@ -174,8 +189,9 @@ int main(int argc, char** argv) {
     std::printf("lines refused (a name that did not resolve): %lu; anchors: %zu; calls kept in the log: %zu\n", refused,
                 simulator.platform().view->arSession.anchors.size(), simulator.platform().log->calls().size());
     if (fullSceneAt > 0)
-        std::printf("resident memory: %.1f MB at start, %.1f MB when placements stopped (event %lu), %.1f MB at the end\n",
-                    startMemory, fullSceneMemory, fullSceneAt, endMemory);
+        std::printf(
+            "resident memory: %.1f MB at start, %.1f MB when placements stopped (event %lu), %.1f MB at the end\n",
+            startMemory, fullSceneMemory, fullSceneAt, endMemory);
     else
         std::printf("resident memory: %.1f MB at start, %.1f MB at the end (placements never stopped)\n", startMemory,
                     endMemory);

@@ -78,9 +78,9 @@ struct MapSource {
     std::string texture;  ///< texture key: a body key ("Earth", "Stars"...) or "SaturnRings"
     std::string package;  ///< the Debian package that installs `file`
     std::string file;
-    std::string sha256;   ///< checksum of the package's version the committed texture was made from
+    std::string sha256;  ///< checksum of the package's version the committed texture was made from
     MapKind kind;
-    int width, height;    ///< size of the written texture
+    int width, height;  ///< size of the written texture
 };
 
 /// Every map the generator reads.
@@ -122,10 +122,10 @@ Mesh slab(double width, double thickness, double depth, double edgeU, double edg
 
 /// One textured mesh node of a model.
 struct MeshPart {
-    std::string name;      ///< node and geometry name, e.g. "SunMesh"
+    std::string name;  ///< node and geometry name, e.g. "SunMesh"
     Mesh mesh;
-    std::string image;     ///< texture file name beside the model, e.g. "Sun.png"
-    bool emissive = false; ///< the texture also lights the surface (the Sun, the stars)
+    std::string image;      ///< texture file name beside the model, e.g. "Sun.png"
+    bool emissive = false;  ///< the texture also lights the surface (the Sun, the stars)
     bool transparent = false;
 };
 
@@ -141,4 +141,4 @@ std::string colladaDocument(const Model& model);
 /// A number in the fixed format used in the documents: up to five decimals, no trailing zeros, no "-0".
 std::string formatNumber(double value);
 
-} // namespace assetgen
+}  // namespace assetgen

@@ -31,19 +31,32 @@ constexpr double kButtonWidth = 2.0, kButtonDepth = 0.5, kButtonThickness = 0.08
 
 const char* const kDefaultFont = "/usr/share/fonts/truetype/dejavu/DejaVuSans-Bold.ttf";
 
-const std::vector<std::string> kBodies{"Stars",   "Sun",    "Mercury", "Venus",   "Earth", "EarthNight",
-                                       "Moon",    "Mars",   "Ceres",   "Jupiter", "Saturn", "Uranus",
-                                       "Neptune", "Pluto",  "Haumea",  "Makemake", "Eris"};
+const std::vector<std::string> kBodies{"Stars",   "Sun",   "Mercury", "Venus",    "Earth",  "EarthNight",
+                                       "Moon",    "Mars",  "Ceres",   "Jupiter",  "Saturn", "Uranus",
+                                       "Neptune", "Pluto", "Haumea",  "Makemake", "Eris"};
 
 struct ButtonSpec {
     std::string key, label;
 };
 const std::vector<ButtonSpec> kButtons{
-    {"SolarSystem", "Solar System"}, {"Help", "Help"},       {"Sun", "Sun"},         {"Mercury", "Mercury"},
-    {"Venus", "Venus"},              {"Earth", "Earth"},     {"EarthNight", "Earth Night"},
-    {"Moon", "Moon"},                {"Mars", "Mars"},       {"Ceres", "Ceres"},     {"Jupiter", "Jupiter"},
-    {"Saturn", "Saturn"},            {"Uranus", "Uranus"},   {"Neptune", "Neptune"}, {"Pluto", "Pluto"},
-    {"Haumea", "Haumea"},            {"Makemake", "Makemake"}, {"Eris", "Eris"},
+    {"SolarSystem", "Solar System"},
+    {"Help", "Help"},
+    {"Sun", "Sun"},
+    {"Mercury", "Mercury"},
+    {"Venus", "Venus"},
+    {"Earth", "Earth"},
+    {"EarthNight", "Earth Night"},
+    {"Moon", "Moon"},
+    {"Mars", "Mars"},
+    {"Ceres", "Ceres"},
+    {"Jupiter", "Jupiter"},
+    {"Saturn", "Saturn"},
+    {"Uranus", "Uranus"},
+    {"Neptune", "Neptune"},
+    {"Pluto", "Pluto"},
+    {"Haumea", "Haumea"},
+    {"Makemake", "Makemake"},
+    {"Eris", "Eris"},
 };
 
 /// The folder of a model inside the asset folder: the night-side Earth shares the Earth's.
@@ -116,12 +129,13 @@ void writeButton(const std::filesystem::path& assets, const ButtonSpec& button, 
     // The slab's edges sample the frame colour in the middle of the left border.
     const double edgeU = 4.0 / face.width, edgeV = 0.5;
     Model model{name + "Panel", {}};
-    model.parts.push_back({name + "Mesh", slab(kButtonWidth, kButtonThickness, kButtonDepth, edgeU, edgeV), name + ".png"});
+    model.parts.push_back(
+        {name + "Mesh", slab(kButtonWidth, kButtonThickness, kButtonDepth, edgeU, edgeV), name + ".png"});
     writeImage(folder / (name + ".png"), face);
     writeText(folder / (name + ".dae"), colladaDocument(model));
 }
 
-} // namespace
+}  // namespace
 
 int main(int argc, char** argv) {
     std::vector<std::string> arguments(argv + 1, argv + argc);

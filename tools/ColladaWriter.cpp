@@ -35,7 +35,8 @@ void addTriangle(Mesh& mesh, std::uint32_t a, std::uint32_t b, std::uint32_t c) 
         mesh.triangles.push_back({a, c, b});
 }
 
-void addQuad(Mesh& mesh, const std::array<Vec, 4>& corners, const Vec& normal, const std::array<std::array<double, 2>, 4>& uv) {
+void addQuad(Mesh& mesh, const std::array<Vec, 4>& corners, const Vec& normal,
+             const std::array<std::array<double, 2>, 4>& uv) {
     const auto base = static_cast<std::uint32_t>(mesh.vertices.size());
     for (int i = 0; i < 4; ++i) mesh.vertices.push_back({corners[i], normal, uv[i]});
     addTriangle(mesh, base, base + 1, base + 2);
@@ -87,7 +88,7 @@ void source(std::string& out, const std::string& id, const Table& table, int str
 
 const char* const kIdentity = "1 0 0 0 0 1 0 0 0 0 1 0 0 0 0 1";
 
-} // namespace
+}  // namespace
 
 std::string formatNumber(double value) {
     char buffer[64];
@@ -108,9 +109,8 @@ Mesh uvSphere(double radius, int segments, int rings, bool inward) {
             const double u = static_cast<double>(i) / segments, v = static_cast<double>(j) / rings;
             const auto d = inward ? insideSphereDirection(u, v) : sphereDirection(u, v);
             const double s = inward ? -1.0 : 1.0;
-            mesh.vertices.push_back({{d[0] * radius, d[1] * radius, d[2] * radius},
-                                     {d[0] * s, d[1] * s, d[2] * s},
-                                     {u, 1.0 - v}});
+            mesh.vertices.push_back(
+                {{d[0] * radius, d[1] * radius, d[2] * radius}, {d[0] * s, d[1] * s, d[2] * s}, {u, 1.0 - v}});
         }
     auto at = [&](int j, int i) { return static_cast<std::uint32_t>(j * (segments + 1) + i); };
     for (int j = 0; j < rings; ++j)
@@ -182,7 +182,8 @@ std::string colladaDocument(const Model& model) {
         out += "    <effect id=\"" + n + "-effect\">\n";
         out += "      <profile_COMMON>\n";
         out += "        <newparam sid=\"" + n + "-surface\">\n";
-        out += "          <surface type=\"2D\">\n            <init_from>" + n + "-image</init_from>\n          </surface>\n";
+        out += "          <surface type=\"2D\">\n            <init_from>" + n +
+               "-image</init_from>\n          </surface>\n";
         out += "        </newparam>\n";
         out += "        <newparam sid=\"" + n + "-sampler\">\n";
         out += "          <sampler2D>\n            <source>" + n + "-surface</source>\n          </sampler2D>\n";
@@ -225,7 +226,8 @@ std::string colladaDocument(const Model& model) {
         out += "        <vertices id=\"" + n + "-vertices\">\n";
         out += "          <input semantic=\"POSITION\" source=\"#" + n + "-positions\"/>\n";
         out += "        </vertices>\n";
-        out += "        <triangles material=\"" + n + "-material\" count=\"" + std::to_string(part.mesh.triangles.size()) + "\">\n";
+        out += "        <triangles material=\"" + n + "-material\" count=\"" +
+               std::to_string(part.mesh.triangles.size()) + "\">\n";
         out += "          <input semantic=\"VERTEX\" source=\"#" + n + "-vertices\" offset=\"0\"/>\n";
         out += "          <input semantic=\"NORMAL\" source=\"#" + n + "-normals\" offset=\"1\"/>\n";
         out += "          <input semantic=\"TEXCOORD\" source=\"#" + n + "-map\" offset=\"2\" set=\"0\"/>\n";
@@ -247,7 +249,8 @@ std::string colladaDocument(const Model& model) {
         out += "          <instance_geometry url=\"#" + n + "-geometry\" name=\"" + n + "\">\n";
         out += "            <bind_material>\n              <technique_common>\n";
         out += "                <instance_material symbol=\"" + n + "-material\" target=\"#" + n + "-material\">\n";
-        out += "                  <bind_vertex_input semantic=\"UVMap\" input_semantic=\"TEXCOORD\" input_set=\"0\"/>\n";
+        out +=
+            "                  <bind_vertex_input semantic=\"UVMap\" input_semantic=\"TEXCOORD\" input_set=\"0\"/>\n";
         out += "                </instance_material>\n";
         out += "              </technique_common>\n            </bind_material>\n";
         out += "          </instance_geometry>\n";
@@ -261,4 +264,4 @@ std::string colladaDocument(const Model& model) {
     return out;
 }
 
-} // namespace assetgen
+}  // namespace assetgen

@@ -80,8 +80,7 @@ std::string sha256Hex(const std::string& bytes) {
 /// The source's bytes after checking them against the recorded checksum.
 std::string checkedBytes(const MapSource& source) {
     std::string bytes = readBytes(source.file);
-    if (bytes.empty())
-        throw std::runtime_error(source.file + " is missing: install " + source.package);
+    if (bytes.empty()) throw std::runtime_error(source.file + " is missing: install " + source.package);
     if (sha256Hex(bytes) != source.sha256)
         throw std::runtime_error(source.file + " differs from the recorded version of " + source.package);
     return bytes;
@@ -152,7 +151,7 @@ Image sphereFromMap(const Image& map, const MapSource& source) {
     return out;
 }
 
-} // namespace
+}  // namespace
 
 std::array<std::uint8_t, 4> skyTexel(const std::array<double, 3>& srgb) {
     std::array<double, 3> linear{};
@@ -171,7 +170,8 @@ std::array<std::uint8_t, 4> skyTexel(const std::array<double, 3>& srgb) {
 const std::vector<MapSource>& mapSources() { return kSources; }
 
 const MapSource* mapSourceFor(const std::string& texture) {
-    const auto it = std::find_if(kSources.begin(), kSources.end(), [&](const MapSource& s) { return s.texture == texture; });
+    const auto it =
+        std::find_if(kSources.begin(), kSources.end(), [&](const MapSource& s) { return s.texture == texture; });
     return it == kSources.end() ? nullptr : &*it;
 }
 
@@ -195,4 +195,4 @@ Image mapTexture(const MapSource& source) {
     return sphereFromMap(decode(bytes, 3, source.file), source);
 }
 
-} // namespace assetgen
+}  // namespace assetgen

@@ -91,7 +91,7 @@ std::pair<Colour, Colour> panelColours(const std::string& label) {
     return {{0.04, 0.08, 0.24}, {0.1, 0.2, 0.46}};
 }
 
-} // namespace
+}  // namespace
 
 Image buttonTexture(const std::string& label, const std::filesystem::path& fontFile) {
     Image image(kWidth, kHeight, 3);
@@ -100,7 +100,8 @@ Image buttonTexture(const std::string& label, const std::filesystem::path& fontF
     for (int y = 0; y < kHeight; ++y)
         for (int x = 0; x < kWidth; ++x) {
             const bool border = x < kBorder || y < kBorder || x >= kWidth - kBorder || y >= kHeight - kBorder;
-            const bool inner = x == kBorder + 4 || y == kBorder + 4 || x == kWidth - kBorder - 5 || y == kHeight - kBorder - 5;
+            const bool inner =
+                x == kBorder + 4 || y == kBorder + 4 || x == kWidth - kBorder - 5 || y == kHeight - kBorder - 5;
             Colour c = mix(bright, dark, static_cast<double>(y) / (kHeight - 1));
             if (inner) c = mix(c, frame, 0.5);
             if (border) c = frame;
@@ -126,4 +127,4 @@ Image buttonTexture(const std::string& label, const std::filesystem::path& fontF
     return image;
 }
 
-} // namespace assetgen
+}  // namespace assetgen

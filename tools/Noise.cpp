@@ -21,7 +21,7 @@ std::uint32_t mix32(std::uint32_t h) {
 
 double fade(double t) { return t * t * (3.0 - 2.0 * t); }
 
-} // namespace
+}  // namespace
 
 Colour mix(Colour a, Colour b, double t) {
     return {a.r + (b.r - a.r) * t, a.g + (b.g - a.g) * t, a.b + (b.b - a.b) * t};
@@ -51,7 +51,8 @@ double hash01(std::uint32_t seed, std::int32_t a, std::int32_t b, std::int32_t c
 
 double valueNoise(std::uint32_t seed, double x, double y, double z) {
     const double fx = std::floor(x), fy = std::floor(y), fz = std::floor(z);
-    const auto ix = static_cast<std::int32_t>(fx), iy = static_cast<std::int32_t>(fy), iz = static_cast<std::int32_t>(fz);
+    const auto ix = static_cast<std::int32_t>(fx), iy = static_cast<std::int32_t>(fy),
+               iz = static_cast<std::int32_t>(fz);
     const double tx = fade(x - fx), ty = fade(y - fy), tz = fade(z - fz);
     auto corner = [&](int dx, int dy, int dz) { return hash01(seed, ix + dx, iy + dy, iz + dz); };
     auto lerp = [](double a, double b, double t) { return a + (b - a) * t; };
@@ -95,4 +96,4 @@ std::array<double, 3> surfaceDirection(double latitudeDegrees, double longitudeD
     return sphereDirection(0.5 + longitudeDegrees / 360.0, 0.5 - latitudeDegrees / 180.0);
 }
 
-} // namespace assetgen
+}  // namespace assetgen

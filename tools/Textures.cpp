@@ -19,11 +19,9 @@ double noiseAt(std::uint32_t seed, const Dir& d, double scale, int octaves) {
 }
 
 /// Makemake: reddish-brown, after its colour in telescope spectra; no map of its surface exists.
-Colour makemake(const Dir& d) {
-    return mix({0.58, 0.38, 0.26}, {0.82, 0.62, 0.46}, noiseAt(141, d, 4.0, 6));
-}
+Colour makemake(const Dir& d) { return mix({0.58, 0.38, 0.26}, {0.82, 0.62, 0.46}, noiseAt(141, d, 4.0, 6)); }
 
-} // namespace
+}  // namespace
 
 Image bodyTexture(const std::string& key) {
     if (key != "Makemake") throw std::invalid_argument("no procedural texture for body " + key);
@@ -34,4 +32,4 @@ Image bodyTexture(const std::string& key) {
     return image;
 }
 
-} // namespace assetgen
+}  // namespace assetgen

@@ -21,7 +21,7 @@ CGPoint centroidOf(const std::vector<CGPoint>& fingers) {
     return {sum.x / n, sum.y / n};
 }
 
-} // namespace
+}  // namespace
 
 std::string formatNumber(double value) {
     char buf[64];
@@ -41,9 +41,7 @@ std::string formatPoint(CGPoint point) { return formatNumber(point.x) + "," + fo
 
 CGPoint GestureRecognition::centroid() const { return centroidOf(fingers_); }
 
-double GestureRecognition::spread() const {
-    return fingers_.size() == 2 ? distance(fingers_[0], fingers_[1]) : 0.0;
-}
+double GestureRecognition::spread() const { return fingers_.size() == 2 ? distance(fingers_[0], fingers_[1]) : 0.0; }
 
 double GestureRecognition::turn() const { return lastTurn_; }
 
@@ -66,7 +64,9 @@ void GestureRecognition::emitActive(const char* state) {
         lines_.push_back(std::string("pinch ") + state + " " + at + " " +
                          formatNumber(spread() / distance(startFingers_[0], startFingers_[1])));
         break;
-    case Active::rotation: lines_.push_back(std::string("rotate ") + state + " " + at + " " + formatNumber(turn())); break;
+    case Active::rotation:
+        lines_.push_back(std::string("rotate ") + state + " " + at + " " + formatNumber(turn()));
+        break;
     case Active::pan: {
         const CGPoint start = centroidOf(startFingers_), now = centroid();
         lines_.push_back(std::string("pan ") + state + " " + at + " " + formatNumber(now.x - start.x) + " " +
@@ -250,4 +250,4 @@ void MouseFingers::tick(double time) {
     if (auto due = deadline(); due && time >= *due) lift(time);
 }
 
-} // namespace orrery::window
+}  // namespace orrery::window

@@ -24,13 +24,13 @@ namespace orrery::window {
 
 /// Limits of recognition, in points and seconds.
 struct RecognitionLimits {
-    double minimumPressDuration = 0.5;   ///< the app's long press
-    double allowableMovement = 10;       ///< a finger moving further is no tap and no long press
-    double panHysteresis = 10;           ///< centroid movement that starts a pan
-    double pinchHysteresis = 10;         ///< change of the distance between two fingers that starts a pinch
-    double rotationHysteresis = 0.1;     ///< radians two fingers turn before a rotation starts
-    double maximumTapInterval = 0.35;    ///< from the first lift to the second touch of a double tap
-    double maximumTapDistance = 10;      ///< between the two taps of a double tap
+    double minimumPressDuration = 0.5;  ///< the app's long press
+    double allowableMovement = 10;      ///< a finger moving further is no tap and no long press
+    double panHysteresis = 10;          ///< centroid movement that starts a pan
+    double pinchHysteresis = 10;        ///< change of the distance between two fingers that starts a pinch
+    double rotationHysteresis = 0.1;    ///< radians two fingers turn before a rotation starts
+    double maximumTapInterval = 0.35;   ///< from the first lift to the second touch of a double tap
+    double maximumTapDistance = 10;     ///< between the two taps of a double tap
 };
 
 /// Turns finger movements into the controller's events.
@@ -69,9 +69,9 @@ private:
     RecognitionLimits limits_;
     std::vector<CGPoint> fingers_, startFingers_;
     double startTime_ = 0;
-    bool movedTooFar_ = false;     ///< a finger left the allowable movement: no tap, no long press
+    bool movedTooFar_ = false;  ///< a finger left the allowable movement: no tap, no long press
     Active active_ = Active::none;
-    double lastTurn_ = 0;          ///< unwrapped rotation, so that turns beyond half a circle keep counting
+    double lastTurn_ = 0;                  ///< unwrapped rotation, so that turns beyond half a circle keep counting
     std::optional<CGPoint> heldTouchEnd_;  ///< the first tap of a possible double tap
     double heldSince_ = 0;
     std::vector<std::string> lines_;
@@ -106,11 +106,11 @@ public:
     void reset() { mode_ = Mode::none; }
     std::optional<double> deadline() const;
 
-    static constexpr double kFingerOffset = 60;          ///< points from the centre to each finger
-    static constexpr double kSpreadPerPoint = 1.0 / 150; ///< pinch drag: e-fold per 150 points
-    static constexpr double kTurnPerPoint = 1.0 / 100;   ///< rotation drag: radians per point
-    static constexpr double kWheelStep = 1.1;            ///< spread factor of one notch
-    static constexpr double kWheelRelease = 0.3;         ///< seconds after the last notch
+    static constexpr double kFingerOffset = 60;           ///< points from the centre to each finger
+    static constexpr double kSpreadPerPoint = 1.0 / 150;  ///< pinch drag: e-fold per 150 points
+    static constexpr double kTurnPerPoint = 1.0 / 100;    ///< rotation drag: radians per point
+    static constexpr double kWheelStep = 1.1;             ///< spread factor of one notch
+    static constexpr double kWheelRelease = 0.3;          ///< seconds after the last notch
 
 private:
     enum class Mode { none, oneFinger, pinchDrag, rotateDrag, wheel };
@@ -131,4 +131,4 @@ std::string formatFloat(float value);
 /// A screen point as the scenario writes it: `X,Y`.
 std::string formatPoint(CGPoint point);
 
-} // namespace orrery::window
+}  // namespace orrery::window

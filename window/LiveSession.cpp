@@ -104,8 +104,8 @@ void LiveSession::stepCamera(double seconds) {
     const float forward = axis(CameraKey::forward, CameraKey::back), right = axis(CameraKey::right, CameraKey::left);
     const float up = axis(CameraKey::up, CameraKey::down);
     pose_.yaw += axis(CameraKey::turnLeft, CameraKey::turnRight) * kTurnSpeed * dt;
-    pose_.pitch = std::clamp(pose_.pitch + axis(CameraKey::lookUp, CameraKey::lookDown) * kTurnSpeed * dt,
-                             -kPitchLimit, kPitchLimit);
+    pose_.pitch = std::clamp(pose_.pitch + axis(CameraKey::lookUp, CameraKey::lookDown) * kTurnSpeed * dt, -kPitchLimit,
+                             kPitchLimit);
     // Walking stays level: forward is the horizontal direction the camera faces.
     const float s = std::sin(pose_.yaw), c = std::cos(pose_.yaw);
     pose_.x += (-s * forward + c * right) * kWalkSpeed * dt;
@@ -140,4 +140,4 @@ void LiveSession::finish(double time) {
     if (recording_) recording_->flush();
 }
 
-} // namespace orrery::window
+}  // namespace orrery::window

@@ -43,11 +43,11 @@ public:
     using Print = std::function<void(const std::string&)>;
 
     static constexpr double kFrameSeconds = 1.0 / 60.0;
-    static constexpr double kMaximumLag = 0.25;       ///< seconds of frames caught up at most; older time is dropped
-    static constexpr float kWalkSpeed = 1.0f;         ///< metres a second
-    static constexpr float kTurnSpeed = 1.0f;         ///< radians a second
-    static constexpr float kLookPerPoint = 0.004f;    ///< radians of mouse-look per point
-    static constexpr float kPitchLimit = 1.55f;       ///< radians up or down
+    static constexpr double kMaximumLag = 0.25;     ///< seconds of frames caught up at most; older time is dropped
+    static constexpr float kWalkSpeed = 1.0f;       ///< metres a second
+    static constexpr float kTurnSpeed = 1.0f;       ///< radians a second
+    static constexpr float kLookPerPoint = 0.004f;  ///< radians of mouse-look per point
+    static constexpr float kPitchLimit = 1.55f;     ///< radians up or down
 
     /// `print` receives what `dump` and `calls` print; `recording` may be null.
     LiveSession(sim::Simulator& simulator, Print print, Recording* recording);
@@ -94,4 +94,4 @@ private:
     std::vector<std::string> history_;
 };
 
-} // namespace orrery::window
+}  // namespace orrery::window

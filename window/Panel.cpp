@@ -35,7 +35,9 @@ void nodeTree(const memory::MemoryNode& node, bool open = false) {
     ImGui::TextDisabled("position %.3f %.3f %.3f", p.x, p.y, p.z);
     ImGui::TextDisabled("scale %.3f %.3f %.3f", s.x, s.y, s.z);
     ImGui::TextDisabled("rotation %.3f %.3f %.3f  %.4f rad", r.x, r.y, r.z, r.w);
-    if (node.nodeGeometry()) ImGui::TextDisabled("geometry %s", memory::DumpJson::geometry(node.nodeGeometry().get())["type"].get<std::string>().c_str());
+    if (node.nodeGeometry())
+        ImGui::TextDisabled("geometry %s",
+                            memory::DumpJson::geometry(node.nodeGeometry().get())["type"].get<std::string>().c_str());
     for (const auto& action : node.actions())
         ImGui::TextWrapped("action %s: %s", action.key ? action.key->c_str() : "(no key)",
                            memory::DumpJson::action(action.action.get()).dump().c_str());
@@ -43,7 +45,7 @@ void nodeTree(const memory::MemoryNode& node, bool open = false) {
     ImGui::TreePop();
 }
 
-} // namespace
+}  // namespace
 
 void Panel::draw(sim::Simulator& simulator, const LiveSession& session, render::RenderOptions& options, float x,
                  float y, float width, float height) {
@@ -88,7 +90,8 @@ void Panel::draw(sim::Simulator& simulator, const LiveSession& session, render::
         while (clipper.Step())
             for (int i = clipper.DisplayStart; i < clipper.DisplayEnd; ++i) {
                 const auto& call = calls[static_cast<std::size_t>(i)];
-                ImGui::Text("%s %s %s", call.op.c_str(), call.target ? call.target->c_str() : "-", call.args.dump().c_str());
+                ImGui::Text("%s %s %s", call.op.c_str(), call.target ? call.target->c_str() : "-",
+                            call.args.dump().c_str());
             }
         if (calls.size() != callsSeen_) ImGui::SetScrollHereY(1.0f);
         ImGui::EndChild();
@@ -113,4 +116,4 @@ void Panel::draw(sim::Simulator& simulator, const LiveSession& session, render::
     ImGui::End();
 }
 
-} // namespace orrery::window
+}  // namespace orrery::window

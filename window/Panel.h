@@ -22,4 +22,4 @@ private:
     std::size_t linesSeen_ = 0;
 };
 
-} // namespace orrery::window
+}  // namespace orrery::window

@@ -23,7 +23,7 @@ std::optional<CameraKey> cameraKey(SDL_Keycode key) {
     }
 }
 
-} // namespace
+}  // namespace
 
 CGPoint ScreenArea::toPoints(double windowX, double windowY) const {
     return {(windowX - x) * points.width / width, (windowY - y) * points.height / height};
@@ -46,7 +46,8 @@ bool SdlInput::handle(const SDL_Event& event, double time) {
         if (down && key == SDLK_ESCAPE) return false;
         if (down && !event.key.repeat && key == SDLK_p) session_.dump(time);
         if (down && !event.key.repeat && key == SDLK_F12)
-            if (auto ran = session_.snapshot(time); ran.rfind("snapshot ", 0) != 0) std::cerr << "orrery-sim: " << ran << '\n';
+            if (auto ran = session_.snapshot(time); ran.rfind("snapshot ", 0) != 0)
+                std::cerr << "orrery-sim: " << ran << '\n';
         if (auto k = cameraKey(key); k && !event.key.repeat) session_.key(time, *k, down);
         break;
     }
@@ -103,4 +104,4 @@ bool SdlInput::handle(const SDL_Event& event, double time) {
     return true;
 }
 
-} // namespace orrery::window
+}  // namespace orrery::window

@@ -42,4 +42,4 @@ private:
     bool mouseOnScreen_ = false;
 };
 
-} // namespace orrery::window
+}  // namespace orrery::window

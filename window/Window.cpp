@@ -35,7 +35,7 @@ ScreenArea screenArea(SDL_Window* window, CGSize points) {
     return area;
 }
 
-} // namespace
+}  // namespace
 
 int runWindow(sim::Simulator& simulator, Recording* recording, const LiveSession::Print& print) {
     if (SDL_Init(SDL_INIT_VIDEO) != 0) {
@@ -142,4 +142,4 @@ int runWindow(sim::Simulator& simulator, Recording* recording, const LiveSession
     return 0;
 }
 
-} // namespace orrery::window
+}  // namespace orrery::window

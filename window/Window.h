@@ -15,4 +15,4 @@ namespace orrery::window {
 /// error when no window can be opened.
 int runWindow(sim::Simulator& simulator, Recording* recording, const LiveSession::Print& print);
 
-} // namespace orrery::window
+}  // namespace orrery::window

@@ -188,7 +188,7 @@ void printRow(const char* label, const std::map<std::int64_t, double>& values, c
     std::printf(" %10.2f  %s\n", ratio, unit);
 }
 
-} // namespace
+}  // namespace
 
 int main(int argc, char** argv) {
     benchmark::Initialize(&argc, argv);

@@ -10,9 +10,10 @@ namespace {
 
 using Json = nlohmann::json;
 
-} // namespace
+}  // namespace
 
-MemoryARSession::MemoryARSession(std::shared_ptr<CallLog> log, MemoryARSCNView& view) : log_(std::move(log)), view_(view) {}
+MemoryARSession::MemoryARSession(std::shared_ptr<CallLog> log, MemoryARSCNView& view)
+    : log_(std::move(log)), view_(view) {}
 
 void MemoryARSession::runWithConfigurationOptions(const ARWorldTrackingConfiguration& config, unsigned options) {
     if (log_)
@@ -40,10 +41,12 @@ std::shared_ptr<const ARFrame> MemoryARSession::currentFrame() const {
 }
 
 void MemoryARSession::addAnchor(const std::shared_ptr<ARAnchor>& anchor) {
-    if (log_) log_->record("addAnchor:", std::nullopt, Json::array({anchor ? CallJson::matrix(anchor->transform()) : Json(nullptr)}));
+    if (log_)
+        log_->record("addAnchor:", std::nullopt,
+                     Json::array({anchor ? CallJson::matrix(anchor->transform()) : Json(nullptr)}));
     if (!anchor) return;
     anchors.push_back(anchor);
     pendingAnchors.push_back(anchor);
 }
 
-} // namespace orrery::memory
+}  // namespace orrery::memory

@@ -40,4 +40,4 @@ private:
     MemoryARSCNView& view_;
 };
 
-} // namespace orrery::memory
+}  // namespace orrery::memory

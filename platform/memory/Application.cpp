@@ -8,7 +8,7 @@ namespace {
 
 using Json = nlohmann::json;
 
-} // namespace
+}  // namespace
 
 void MemoryApplication::openURLOptionsCompletionHandler(const NSURL& url, const UIApplicationOpenURLOptions& options,
                                                         std::function<void(bool)> completionHandler) {
@@ -26,4 +26,4 @@ void MemoryApplication::openURLOptionsCompletionHandler(const NSURL& url, const 
     if (completionHandler && enqueueOnMain) enqueueOnMain([completionHandler] { completionHandler(true); });
 }
 
-} // namespace orrery::memory
+}  // namespace orrery::memory

@@ -35,4 +35,4 @@ private:
     std::shared_ptr<CallLog> log_;
 };
 
-} // namespace orrery::memory
+}  // namespace orrery::memory

@@ -16,7 +16,8 @@ void CallLog::record(std::string op, std::optional<std::string> target, nlohmann
     calls_.push_back(PlatformCall{std::move(op), std::move(target), std::move(args)});
 }
 
-void CallLog::recordCall(const char* op, const std::optional<std::string>& target, std::initializer_list<CallArg> args) {
+void CallLog::recordCall(const char* op, const std::optional<std::string>& target,
+                         std::initializer_list<CallArg> args) {
     if (capacity_ == 0) {  // nobody reads the log: no need to write the arguments
         ++droppedUnread_;
         return;
@@ -59,4 +60,4 @@ void CallLog::setCapacity(std::size_t capacity) {
     shrinkTo(capacity);
 }
 
-} // namespace orrery::memory
+}  // namespace orrery::memory

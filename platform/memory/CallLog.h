@@ -31,7 +31,8 @@ public:
 
     void record(std::string op, std::optional<std::string> target, nlohmann::json args = nlohmann::json::array());
     /// A call on a scene object, its arguments written as JSON (platform/memory/PlatformJson.h).
-    void recordCall(const char* op, const std::optional<std::string>& target, std::initializer_list<CallArg> args) override;
+    void recordCall(const char* op, const std::optional<std::string>& target,
+                    std::initializer_list<CallArg> args) override;
     /// The calls kept, oldest first: every call since construction while fewer than capacity() were made.
     const std::vector<PlatformCall>& calls() const { return calls_; }
     /// The calls recorded since the previous takeNew(), oldest first, less those let go unread.
@@ -56,4 +57,4 @@ private:
     std::size_t capacity_ = kDefaultCapacity;
 };
 
-} // namespace orrery::memory
+}  // namespace orrery::memory

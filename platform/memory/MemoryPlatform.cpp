@@ -26,7 +26,7 @@ void adoptLogInGeometry(const MemoryNode& node, const std::shared_ptr<CallLog>& 
     for (const auto& child : node.children()) adoptLogInGeometry(*child, log);
 }
 
-} // namespace
+}  // namespace
 
 MemoryPlatform::MemoryPlatform(std::filesystem::path assetParent) : assetParent(std::move(assetParent)) {
     application.enqueueOnMain = [this](std::function<void()> block) { mainQueue.push_back(std::move(block)); };
@@ -67,7 +67,8 @@ std::shared_ptr<SCNNode> MemoryPlatform::nodeWithGeometry(const std::shared_ptr<
     return node;
 }
 
-std::shared_ptr<SCNText> MemoryPlatform::textWithStringExtrusionDepth(const std::string& string, double extrusionDepth) {
+std::shared_ptr<SCNText> MemoryPlatform::textWithStringExtrusionDepth(const std::string& string,
+                                                                      double extrusionDepth) {
     log->record("textWithString:extrusionDepth:", std::nullopt, Json::array({string, extrusionDepth}));
     return std::make_shared<MemoryTextGeometry>(log, string, extrusionDepth);
 }
@@ -81,8 +82,8 @@ std::optional<UIFont> MemoryPlatform::fontWithNameSize(const std::string& name, 
 namespace {
 
 template <class Recognizer>
-std::shared_ptr<Recognizer> makeRecognizer(const std::shared_ptr<CallLog>& log, const char* type, UIViewController* target,
-                                           Selector action) {
+std::shared_ptr<Recognizer> makeRecognizer(const std::shared_ptr<CallLog>& log, const char* type,
+                                           UIViewController* target, Selector action) {
     log->record("initWithTarget:action:", std::nullopt,
                 Json::array({target ? Json("UIViewController") : Json(nullptr), action.name}));
     RecognizerRecord record;
@@ -92,9 +93,10 @@ std::shared_ptr<Recognizer> makeRecognizer(const std::shared_ptr<CallLog>& log, 
     return std::make_shared<Recognizer>(log, std::move(record));
 }
 
-} // namespace
+}  // namespace
 
-std::shared_ptr<UIPinchGestureRecognizer> MemoryPlatform::newPinchGestureRecognizer(UIViewController* target, Selector action) {
+std::shared_ptr<UIPinchGestureRecognizer> MemoryPlatform::newPinchGestureRecognizer(UIViewController* target,
+                                                                                    Selector action) {
     return makeRecognizer<MemoryPinchRecognizer>(log, "UIPinchGestureRecognizer", target, std::move(action));
 }
 
@@ -103,7 +105,8 @@ std::shared_ptr<UIRotationGestureRecognizer> MemoryPlatform::newRotationGestureR
     return makeRecognizer<MemoryRotationRecognizer>(log, "UIRotationGestureRecognizer", target, std::move(action));
 }
 
-std::shared_ptr<UIPanGestureRecognizer> MemoryPlatform::newPanGestureRecognizer(UIViewController* target, Selector action) {
+std::shared_ptr<UIPanGestureRecognizer> MemoryPlatform::newPanGestureRecognizer(UIViewController* target,
+                                                                                Selector action) {
     return makeRecognizer<MemoryPanRecognizer>(log, "UIPanGestureRecognizer", target, std::move(action));
 }
 
@@ -112,7 +115,8 @@ std::shared_ptr<UILongPressGestureRecognizer> MemoryPlatform::newLongPressGestur
     return makeRecognizer<MemoryLongPressRecognizer>(log, "UILongPressGestureRecognizer", target, std::move(action));
 }
 
-std::shared_ptr<UITapGestureRecognizer> MemoryPlatform::newTapGestureRecognizer(UIViewController* target, Selector action) {
+std::shared_ptr<UITapGestureRecognizer> MemoryPlatform::newTapGestureRecognizer(UIViewController* target,
+                                                                                Selector action) {
     return makeRecognizer<MemoryTapRecognizer>(log, "UITapGestureRecognizer", target, std::move(action));
 }
 
@@ -180,7 +184,7 @@ void MemoryPlatform::advance(double seconds) {
     if (const double rest = seconds - whole / 60.0; rest > 1e-9) runFrame(rest);
 }
 
-} // namespace orrery::memory
+}  // namespace orrery::memory
 
 namespace orrery::memory {
 
@@ -190,4 +194,4 @@ void MemoryPlatform::hostViewController(UIViewController& controller) {
     };
 }
 
-} // namespace orrery::memory
+}  // namespace orrery::memory

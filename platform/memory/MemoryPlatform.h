@@ -51,13 +51,16 @@ public:
     /// The font when `availableFonts` holds its name.
     std::optional<UIFont> fontWithNameSize(const std::string& name, double size) override;
     /// Recognisers record their settings and simulated input in a RecognizerRecord.
-    std::shared_ptr<UIPinchGestureRecognizer> newPinchGestureRecognizer(UIViewController* target, Selector action) override;
+    std::shared_ptr<UIPinchGestureRecognizer> newPinchGestureRecognizer(UIViewController* target,
+                                                                        Selector action) override;
     /// A MemoryRotationRecognizer.
-    std::shared_ptr<UIRotationGestureRecognizer> newRotationGestureRecognizer(UIViewController* target, Selector action) override;
+    std::shared_ptr<UIRotationGestureRecognizer> newRotationGestureRecognizer(UIViewController* target,
+                                                                              Selector action) override;
     /// A MemoryPanRecognizer.
     std::shared_ptr<UIPanGestureRecognizer> newPanGestureRecognizer(UIViewController* target, Selector action) override;
     /// A MemoryLongPressRecognizer.
-    std::shared_ptr<UILongPressGestureRecognizer> newLongPressGestureRecognizer(UIViewController* target, Selector action) override;
+    std::shared_ptr<UILongPressGestureRecognizer> newLongPressGestureRecognizer(UIViewController* target,
+                                                                                Selector action) override;
     /// A MemoryTapRecognizer.
     std::shared_ptr<UITapGestureRecognizer> newTapGestureRecognizer(UIViewController* target, Selector action) override;
     /// `application`.
@@ -108,4 +111,4 @@ public:
 // Not copyable: the application's main-queue hook points back at the platform.
 static_assert(!std::is_copy_constructible_v<MemoryPlatform> && !std::is_copy_assignable_v<MemoryPlatform>);
 
-} // namespace orrery::memory
+}  // namespace orrery::memory

@@ -9,11 +9,11 @@
 // "-inf" or "nan" in both, never null, which means "no value".
 
 #include "platform/SceneKit.h"
+#include "platform/memory/numbers/NumberText.h"
 #include "platform/memory/scene/MemoryScene.h"
 
 #include <nlohmann/json.hpp>
 
-#include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <optional>
@@ -42,7 +42,7 @@ struct PlatformJson {
         if (!std::isfinite(value) || floats == FloatText::widened) return number(static_cast<double>(value));
         // The shortest float text, held as the double it names: that double prints as the same text.
         char buf[64];
-        auto [end, ec] = std::to_chars(buf, buf + sizeof buf - 1, value);
+        auto [end, ec] = numbers::writeNumber(buf, buf + sizeof buf - 1, value);
         if (ec != std::errc()) return static_cast<double>(value);
         *end = '\0';
         return std::strtod(buf, nullptr);
@@ -61,21 +61,27 @@ struct PlatformJson {
     }
     /// {"red", "green", "blue", "alpha"}.
     static Json colour(const UIColor& c) {
-        return Json{{"red", number(c.red)}, {"green", number(c.green)}, {"blue", number(c.blue)}, {"alpha", number(c.alpha)}};
+        return Json{
+            {"red", number(c.red)}, {"green", number(c.green)}, {"blue", number(c.blue)}, {"alpha", number(c.alpha)}};
     }
     /// {"type":"rotateBy","x":..,"y":..,"z":..,"duration":..} and so on; null for none.
     static Json action(const SCNAction* action) {
         if (!action) return nullptr;
         switch (action->type) {
         case SCNAction::Type::rotateBy:
-            return Json{{"type", "rotateBy"}, {"x", number(action->x)}, {"y", number(action->y)}, {"z", number(action->z)},
+            return Json{{"type", "rotateBy"},
+                        {"x", number(action->x)},
+                        {"y", number(action->y)},
+                        {"z", number(action->z)},
                         {"duration", number(action->duration)}};
         case SCNAction::Type::scaleBy:
-            return Json{{"type", "scaleBy"}, {"factor", number(action->factor)}, {"duration", number(action->duration)}};
+            return Json{
+                {"type", "scaleBy"}, {"factor", number(action->factor)}, {"duration", number(action->duration)}};
         case SCNAction::Type::moveBy:
             return Json{{"type", "moveBy"}, {"delta", vector(action->delta)}, {"duration", number(action->duration)}};
         case SCNAction::Type::repeat:
-            return Json{{"type", "repeat"}, {"count", action->count}, {"action", PlatformJson::action(action->action.get())}};
+            return Json{
+                {"type", "repeat"}, {"count", action->count}, {"action", PlatformJson::action(action->action.get())}};
         case SCNAction::Type::repeatForever:
             return Json{{"type", "repeatForever"}, {"action", PlatformJson::action(action->action.get())}};
         }
@@ -99,7 +105,8 @@ struct PlatformJson {
             out["type"] = "text";
             out["string"] = text->string;
             out["extrusionDepth"] = number(text->extrusionDepth);
-            out["font"] = text->font ? Json{{"name", text->font->fontName}, {"size", number(text->font->pointSize)}} : Json(nullptr);
+            out["font"] = text->font ? Json{{"name", text->font->fontName}, {"size", number(text->font->pointSize)}}
+                                     : Json(nullptr);
             out["diffuse"] = property(text->material ? text->material->diffuseProperty : nullptr);
             out["specular"] = property(text->material ? text->material->specularProperty : nullptr);
             return out;
@@ -132,7 +139,9 @@ struct PlatformJson {
             Json operator()(SCNVector3 v) const { return vector(v); }
             Json operator()(SCNVector4 v) const { return vector(v); }
             Json operator()(const UIColor& c) const { return colour(c); }
-            Json operator()(const UIFont& f) const { return Json{{"fontName", f.fontName}, {"pointSize", number(f.pointSize)}}; }
+            Json operator()(const UIFont& f) const {
+                return Json{{"fontName", f.fontName}, {"pointSize", number(f.pointSize)}};
+            }
             Json operator()(const SCNAction* a) const { return action(a); }
         };
         return std::visit(Visit{}, arg);
@@ -144,4 +153,4 @@ using CallJson = PlatformJson<nlohmann::json, FloatText::widened>;
 /// The simulator's state dump.
 using DumpJson = PlatformJson<nlohmann::ordered_json, FloatText::shortest>;
 
-} // namespace orrery::memory
+}  // namespace orrery::memory

@@ -8,7 +8,7 @@ namespace {
 
 using Json = nlohmann::json;
 
-} // namespace
+}  // namespace
 
 template <class Base>
 void MemoryRecognizer<Base>::note(const char* op, Json args) const {
@@ -74,4 +74,4 @@ CGPoint MemoryTouch::locationInView(const ARSCNView&) const {
     return point;
 }
 
-} // namespace orrery::memory
+}  // namespace orrery::memory

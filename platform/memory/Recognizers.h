@@ -12,7 +12,7 @@ namespace orrery::memory {
 
 /// Settings and simulated input of a recogniser.
 struct RecognizerRecord {
-    std::string type;               ///< "UIPinchGestureRecognizer"...
+    std::string type;  ///< "UIPinchGestureRecognizer"...
     UIViewController* target = nullptr;
     Selector action;
     UIGestureRecognizerDelegate* delegate = nullptr;
@@ -99,4 +99,4 @@ private:
 
 class MemoryEvent final : public UIEvent {};
 
-} // namespace orrery::memory
+}  // namespace orrery::memory

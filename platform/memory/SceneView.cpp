@@ -22,7 +22,8 @@ Vec toVec(SCNVector3 v) { return {static_cast<double>(v.x), static_cast<double>(
 /// ray is carried there unnormalised, so t stays the world one. A ray starting inside the box
 /// meets it where it leaves. Empty and degenerate boxes are never met.
 std::optional<double> rayHitsBox(const simd_float4x4& world, const SCNBoundingBox& box, const Vec& o, const Vec& dir) {
-    if (box.max.x < box.min.x || box.max.y < box.min.y || box.max.z < box.min.z || box.min == box.max) return std::nullopt;
+    if (box.max.x < box.min.x || box.max.y < box.min.y || box.max.z < box.min.z || box.min == box.max)
+        return std::nullopt;
     Matrix3d a;
     Vec shift;
     for (std::size_t row = 0; row < a.size(); ++row) {
@@ -97,7 +98,7 @@ std::vector<SCNHitTestResult> resultsOf(const std::vector<std::pair<double, Memo
 
 Json pointJson(CGPoint p) { return Json::array({p.x, p.y}); }
 
-} // namespace
+}  // namespace
 
 MemoryARSCNView::MemoryARSCNView(std::shared_ptr<CallLog> log) : arSession(log, *this), log_(std::move(log)) {}
 
@@ -110,11 +111,14 @@ void MemoryARSCNView::setScene(const std::shared_ptr<SCNScene>& scene) {
     currentScene = std::dynamic_pointer_cast<MemoryScene>(scene);
     if (log_)
         log_->record("setScene:", std::nullopt,
-                     Json::array({currentScene ? Json{{"rootNode", CallJson::text(currentScene->root()->nodeName)}} : Json(nullptr)}));
+                     Json::array({currentScene ? Json{{"rootNode", CallJson::text(currentScene->root()->nodeName)}}
+                                               : Json(nullptr)}));
 }
 
 void MemoryARSCNView::setDelegate(ARSCNViewDelegate* newDelegate) {
-    if (log_) log_->record("setDelegate:", std::nullopt, Json::array({newDelegate ? Json("ARSCNViewDelegate") : Json(nullptr)}));
+    if (log_)
+        log_->record("setDelegate:", std::nullopt,
+                     Json::array({newDelegate ? Json("ARSCNViewDelegate") : Json(nullptr)}));
     delegate = newDelegate;
 }
 
@@ -224,4 +228,4 @@ SceneFrame MemoryARSCNView::frame() const {
     return frame;
 }
 
-} // namespace orrery::memory
+}  // namespace orrery::memory

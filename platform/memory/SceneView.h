@@ -75,4 +75,4 @@ private:
     std::optional<std::vector<simd_float4x4>> preparedFeatureHits_;
 };
 
-} // namespace orrery::memory
+}  // namespace orrery::memory

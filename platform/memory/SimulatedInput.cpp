@@ -18,4 +18,4 @@ void MemoryPlatform::endTouch(UIViewController& controller, CGPoint point) {
     controller.touchesEndedWithEvent({std::make_shared<MemoryTouch>(log, point)}, &event);
 }
 
-} // namespace orrery::memory
+}  // namespace orrery::memory

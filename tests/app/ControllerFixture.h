@@ -44,7 +44,8 @@ inline std::string compact(const Json& j) {
 }
 
 /// One platform call as a line: "Earth.setScale: [0.5,0.5,0.5]" (receiver's name, operation, arguments).
-inline std::string line(const std::optional<std::string>& target, const std::string& op, const Json& args = Json::array()) {
+inline std::string line(const std::optional<std::string>& target, const std::string& op,
+                        const Json& args = Json::array()) {
     // Built by appends: GCC 12 at -O3 warns falsely (-Wrestrict) about chains of string additions.
     std::string text;
     if (target) text.append(*target).append(".");
@@ -59,7 +60,9 @@ inline std::string line(const memory::PlatformCall& call) { return line(call.tar
 
 inline Json vec(float x, float y, float z) { return Json::array({double(x), double(y), double(z)}); }
 inline Json vec(SCNVector3 v) { return vec(v.x, v.y, v.z); }
-inline Json rot(float x, float y, float z, float w) { return Json::array({double(x), double(y), double(z), double(w)}); }
+inline Json rot(float x, float y, float z, float w) {
+    return Json::array({double(x), double(y), double(z), double(w)});
+}
 
 using Lines = std::vector<std::string>;
 
@@ -69,7 +72,8 @@ inline Lines repeated(const std::string& text, std::size_t times) { return Lines
 
 /// What a hit test at `point` logs, with the one bounding-box option.
 inline std::string hitTestLine(CGPoint point) {
-    return line(std::nullopt, "hitTest:options:", Json::array({Json::array({point.x, point.y}), {{"SCNHitTestBoundingBoxOnlyKey", true}}}));
+    return line(std::nullopt, "hitTest:options:",
+                Json::array({Json::array({point.x, point.y}), {{"SCNHitTestBoundingBoxOnlyKey", true}}}));
 }
 
 /// What showText logs: the old label out, a new orange "Optima" text node named and posed, attached last.
@@ -77,8 +81,8 @@ inline Lines labelLines(std::string_view text, bool replacing) {
     const std::string orange = R"({"alpha":1,"blue":0,"green":0.5,"red":1})";
     Lines out;
     if (replacing) out.push_back("planetData.removeFromParentNode");
-    append(out, {"textWithString:extrusionDepth: " + Json(std::string(text)).dump() + ",0.2", "firstMaterial", "diffuse",
-                 "setContents: " + orange, "firstMaterial", "specular", "setContents: " + orange,
+    append(out, {"textWithString:extrusionDepth: " + Json(std::string(text)).dump() + ",0.2", "firstMaterial",
+                 "diffuse", "setContents: " + orange, "firstMaterial", "specular", "setContents: " + orange,
                  R"(fontWithName:size: "Optima",1)", R"(setFont: {"fontName":"Optima","pointSize":1})",
                  R"(nodeWithGeometry: "SCNText")", R"(setName: "planetData")", "planetData.setScale: [0.1,0.1,0.1]",
                  "planetData.setRotation: [1,0,0,-0.7853981]", "planetData.setPosition: [-0.8,-2.35,-0.95]", "scene",
@@ -89,8 +93,12 @@ inline Lines labelLines(std::string_view text, bool replacing) {
 /// An endless spin as the log writes it.
 inline Json spinAction(const expected::Spin& spin) {
     return Json{{"type", "repeatForever"},
-                {"action", {{"type", "rotateBy"}, {"x", 0.0}, {"y", spin.sense * 6.283185307179586}, {"z", 0.0},
-                            {"duration", spin.period}}}};
+                {"action",
+                 {{"type", "rotateBy"},
+                  {"x", 0.0},
+                  {"y", spin.sense * 6.283185307179586},
+                  {"z", 0.0},
+                  {"duration", spin.period}}}};
 }
 
 inline const expected::Spin& spinOf(std::string_view body) {
@@ -154,7 +162,9 @@ protected:
 
     std::shared_ptr<MemoryNode> root() const { return platform.view->currentScene->root(); }
     static std::shared_ptr<MemoryNode> mem(const std::shared_ptr<SCNNode>& node) { return memory::asMemory(node); }
-    static std::shared_ptr<MemoryNode> meshOf(const std::shared_ptr<SCNNode>& model) { return mem(model)->children().at(0); }
+    static std::shared_ptr<MemoryNode> meshOf(const std::shared_ptr<SCNNode>& model) {
+        return mem(model)->children().at(0);
+    }
 
     std::vector<std::string> rootChildNames() const {
         std::vector<std::string> names;
@@ -186,7 +196,9 @@ protected:
         platform.view->prepareSceneHits(node ? std::vector<std::shared_ptr<SCNNode>>{node}
                                              : std::vector<std::shared_ptr<SCNNode>>{});
     }
-    void prepareHits(std::vector<std::shared_ptr<SCNNode>> nearestFirst) { platform.view->prepareSceneHits(std::move(nearestFirst)); }
+    void prepareHits(std::vector<std::shared_ptr<SCNNode>> nearestFirst) {
+        platform.view->prepareSceneHits(std::move(nearestFirst));
+    }
     /// A finger lifted over `node`, or over nothing.
     void touchEnd(const std::shared_ptr<SCNNode>& node) {
         prepareHit(node);
@@ -214,4 +226,4 @@ protected:
     }
 };
 
-} // namespace orrery::scenario
+}  // namespace orrery::scenario

@@ -53,5 +53,5 @@ TEST_F(FatalStopDeathTest, MissingPlatformObjectsStopTheProgram) {
     for (const auto& [what, stop] : stops) EXPECT_EXIT(stop(), ::testing::KilledBySignal(SIGABRT), "") << what;
 }
 
-} // namespace
-} // namespace orrery::scenario
+}  // namespace
+}  // namespace orrery::scenario

@@ -63,9 +63,11 @@ TEST_F(LifecycleTest, EachCopyFollowsTheSelectionWhenItsBlockRuns) {
 TEST_F(LifecycleTest, PlaneAnchorsGetNothingOtherAnchorsOneBlockThatPlacesACopy) {
     auto node = MemoryNode::make(platform.log);
     platform.log->takeNew();
-    controller.rendererDidAddNodeForAnchor(*platform.view, node, std::make_shared<ARPlaneAnchor>(matrix_identity_float4x4()));
+    controller.rendererDidAddNodeForAnchor(*platform.view, node,
+                                           std::make_shared<ARPlaneAnchor>(matrix_identity_float4x4()));
     EXPECT_TRUE(platform.mainQueue.empty());
-    controller.rendererDidAddNodeForAnchor(*platform.view, node, std::make_shared<ARAnchor>(matrix_identity_float4x4()));
+    controller.rendererDidAddNodeForAnchor(*platform.view, node,
+                                           std::make_shared<ARAnchor>(matrix_identity_float4x4()));
     EXPECT_EQ(platform.mainQueue.size(), 1u);
     EXPECT_TRUE(node->children().empty());
     EXPECT_EQ(newLines(), (Lines{"async"}));
@@ -79,7 +81,8 @@ TEST_F(LifecycleTest, AQueuedBlockKeepsTheControllerUntilItHasRun) {
     // The view controller's owner lets go between the anchor report and the block's run (on the
     // device: the view controller goes away while the block waits on the main queue).
     auto anchorNode = MemoryNode::make();
-    controller.rendererDidAddNodeForAnchor(*platform.view, anchorNode, std::make_shared<ARAnchor>(matrix_identity_float4x4()));
+    controller.rendererDidAddNodeForAnchor(*platform.view, anchorNode,
+                                           std::make_shared<ARAnchor>(matrix_identity_float4x4()));
     std::shared_ptr<ViewController> owner = simulator.releaseController();
     std::weak_ptr<ViewController> watch = owner;
     owner.reset();
@@ -97,7 +100,9 @@ public:
     explicit ReportingOnTeardownView(std::shared_ptr<ARSCNView> inner, std::shared_ptr<MemoryNode> lateAnchorNode)
         : inner_(std::move(inner)), lateAnchorNode_(std::move(lateAnchorNode)) {}
     ~ReportingOnTeardownView() override {
-        if (delegate_) delegate_->rendererDidAddNodeForAnchor(*this, lateAnchorNode_, std::make_shared<ARAnchor>(matrix_identity_float4x4()));
+        if (delegate_)
+            delegate_->rendererDidAddNodeForAnchor(*this, lateAnchorNode_,
+                                                   std::make_shared<ARAnchor>(matrix_identity_float4x4()));
     }
     std::shared_ptr<SCNScene> scene() const override { return inner_->scene(); }
     void setScene(const std::shared_ptr<SCNScene>& scene) override { inner_->setScene(scene); }
@@ -108,8 +113,12 @@ public:
     std::vector<SCNHitTestResult> hitTestOptions(CGPoint point, const SCNHitTestOptions& options) override {
         return inner_->hitTestOptions(point, options);
     }
-    std::vector<ARHitTestResult> hitTestTypes(CGPoint point, std::uint64_t types) override { return inner_->hitTestTypes(point, types); }
-    void addGestureRecognizer(const std::shared_ptr<UIGestureRecognizer>& recognizer) override { inner_->addGestureRecognizer(recognizer); }
+    std::vector<ARHitTestResult> hitTestTypes(CGPoint point, std::uint64_t types) override {
+        return inner_->hitTestTypes(point, types);
+    }
+    void addGestureRecognizer(const std::shared_ptr<UIGestureRecognizer>& recognizer) override {
+        inner_->addGestureRecognizer(recognizer);
+    }
 
 private:
     std::shared_ptr<ARSCNView> inner_;
@@ -147,5 +156,5 @@ TEST_F(LifecycleTest, DetachedModelsArePlacedAndCopiesRespondLikeModels) {
     EXPECT_EQ(copy->parent(), nullptr);
 }
 
-} // namespace
-} // namespace orrery::scenario
+}  // namespace
+}  // namespace orrery::scenario

@@ -23,5 +23,5 @@ TEST(ProcessState, StartsWithTheEarthSelectedNoGestureAndNoLabelAndResetsToThat)
     EXPECT_FALSE(isTextShown);
 }
 
-} // namespace
-} // namespace orrery
+}  // namespace
+}  // namespace orrery

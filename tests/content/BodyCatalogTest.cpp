@@ -26,7 +26,8 @@ TEST(BodyCatalog, RowsHoldNamesPathsTextsAndNumbersInCatalogOrder) {
         EXPECT_EQ(bodies[i].key, want.name);
         EXPECT_EQ(bodies[i].nodeName, want.name);
         EXPECT_EQ(bodies[i].assetPath, want.path);
-        EXPECT_EQ(bodies[i].infoText.value_or("<none>"), want.textKey.empty() ? "<none>" : expected::factText(want.textKey));
+        EXPECT_EQ(bodies[i].infoText.value_or("<none>"),
+                  want.textKey.empty() ? "<none>" : expected::factText(want.textKey));
         EXPECT_EQ(bodies[i].bodyIndex ? int(*bodies[i].bodyIndex) : -1, want.index);
         EXPECT_EQ(BodyCatalog::infoTextOfBodyName(want.name).value_or("<none>"), bodies[i].infoText.value_or("<none>"));
         EXPECT_EQ(BodyCatalog::isBodyName(want.name), want.index >= 0);
@@ -60,10 +61,11 @@ TEST(BodyCatalog, LookupsMatchWholeNamesExactly) {
     for (const char* name : {"helpButton", "HelpButton ", "StarsButton", "Help", "Sun"})
         EXPECT_FALSE(BodyCatalog::isButtonName(name)) << name;
     EXPECT_EQ(BodyCatalog::bodyIndexOfName("EarthNight"), BodyIndex{4});
-    for (const char* name : {"HelpButton", "Stars", "sunButton"}) EXPECT_FALSE(BodyCatalog::bodyIndexOfName(name)) << name;
+    for (const char* name : {"HelpButton", "Stars", "sunButton"})
+        EXPECT_FALSE(BodyCatalog::bodyIndexOfName(name)) << name;
     EXPECT_FALSE(BodyCatalog::buttonNodeName("Stars"));
     EXPECT_FALSE(BodyCatalog::bodyNodeName("sun"));
 }
 
-} // namespace
-} // namespace orrery
+}  // namespace
+}  // namespace orrery

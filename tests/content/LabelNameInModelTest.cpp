@@ -38,5 +38,5 @@ TEST_F(ModelNamedLikeTheLabel, KeepsTheNameAndStillShowsOneLabelUnderTheRoot) {
     }
 }
 
-} // namespace
-} // namespace orrery::scenario
+}  // namespace
+}  // namespace orrery::scenario

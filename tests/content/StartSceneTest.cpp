@@ -14,8 +14,9 @@ using ::testing::HasSubstr;
 
 TEST_F(ControllerTest, BootstrapMakesItsCallsInOrder) {
     controller.viewDidLoad();
-    Lines expected{"viewDidLoad", R"(setDelegate: "ARSCNViewDelegate")", "setShowsStatistics: false",
-                   "setAntialiasingMode: 2", "SCNScene", R"(setScene: {"rootNode":null})"};
+    Lines expected{
+        "viewDidLoad", R"(setDelegate: "ARSCNViewDelegate")", "setShowsStatistics: false", "setAntialiasingMode: 2",
+        "SCNScene",    R"(setScene: {"rootNode":null})"};
     for (const expected::Body& body : expected::bodies) {
         append(expected, {"sceneNamed: " + Json(body.path).dump(), "rootNode", "setName: " + Json(body.name).dump()});
         if (body.name == "Stars")
@@ -37,13 +38,15 @@ TEST_F(ControllerTest, BootstrapMakesItsCallsInOrder) {
     const auto recognizer = [&](const char* type, const char* action, Lines settings) {
         expected.push_back(std::string(R"(initWithTarget:action: "UIViewController",")") + action + "\"");
         append(expected, settings);
-        append(expected, {R"(setDelegate: "UIGestureRecognizerDelegate")", std::string("addGestureRecognizer: \"") + type + "\""});
+        append(expected, {R"(setDelegate: "UIGestureRecognizerDelegate")",
+                          std::string("addGestureRecognizer: \"") + type + "\""});
     };
     recognizer("UIPinchGestureRecognizer", "didPinch:", {});
     recognizer("UIRotationGestureRecognizer", "didRotate:", {});
     recognizer("UIPanGestureRecognizer", "didPan:", {});
     recognizer("UILongPressGestureRecognizer", "didLongPress:", {"setMinimumPressDuration: 0.5"});
-    recognizer("UITapGestureRecognizer", "didDoubleTap:", {"setNumberOfTapsRequired: 2", "setNumberOfTouchesRequired: 1"});
+    recognizer("UITapGestureRecognizer",
+               "didDoubleTap:", {"setNumberOfTapsRequired: 2", "setNumberOfTouchesRequired: 1"});
     EXPECT_THAT(newLines(), ElementsAreArray(expected));
 
     // The recognisers call back into the controller.
@@ -60,7 +63,8 @@ TEST_F(ControllerTest, ButtonConstantsAgreeWithTheBarsLiterals) {
     EXPECT_EQ(controller.buttonScale, 0.2f);
     EXPECT_EQ(std::bit_cast<std::uint32_t>(controller.buttonXinitialRotation), 0x3F490FDAu);
     EXPECT_EQ(controller.buttonWidth, 0.4f);
-    EXPECT_EQ(expected::buttons[3].position.x - expected::buttons[2].position.x, controller.buttonWidth + controller.buttonXdistance);
+    EXPECT_EQ(expected::buttons[3].position.x - expected::buttons[2].position.x,
+              controller.buttonWidth + controller.buttonXdistance);
     EXPECT_EQ(controller.buttonXinitialOffset, 0.05f);
 }
 
@@ -113,11 +117,12 @@ TEST_F(ControllerDeathTest, MissingModelStopsLoadingBeforeAnyButton) {
         };
     }
     platform.preparedScenes.erase("art.scnassets/Ceres/Ceres.dae");
-    EXPECT_EXIT(controller.viewDidLoad(), ::testing::KilledBySignal(SIGABRT),
-                ::testing::AllOf(HasSubstr("loaded Stars.dae\nloaded Sun.dae\nloaded Mercury.dae\nloaded Venus.dae\n"
-                                           "loaded Earth.dae\nloaded EarthNight.dae\nloaded Moon.dae\nloaded Mars.dae\n"),
-                                 ::testing::Not(HasSubstr("Ceres")), ::testing::Not(HasSubstr("Button"))));
+    EXPECT_EXIT(
+        controller.viewDidLoad(), ::testing::KilledBySignal(SIGABRT),
+        ::testing::AllOf(HasSubstr("loaded Stars.dae\nloaded Sun.dae\nloaded Mercury.dae\nloaded Venus.dae\n"
+                                   "loaded Earth.dae\nloaded EarthNight.dae\nloaded Moon.dae\nloaded Mars.dae\n"),
+                         ::testing::Not(HasSubstr("Ceres")), ::testing::Not(HasSubstr("Button"))));
 }
 
-} // namespace
-} // namespace orrery::scenario
+}  // namespace
+}  // namespace orrery::scenario

@@ -43,15 +43,24 @@ TEST_F(GestureTest, EachGestureOnABodyMakesItsCallsOnTheNamedNode) {
         Lines before, after;
     };
     const std::vector<Row> rows{
-        {"didPinch:", State::changed, {"state"},
+        {"didPinch:",
+         State::changed,
+         {"state"},
          {"scale", run(instant({{"type", "scaleBy"}, {"factor", 1.25}, {"duration", 0}}), "scaleAnim")}},
-        {"didRotate:", State::changed, {"state"},
+        {"didRotate:",
+         State::changed,
+         {"state"},
          {"Earth.removeAllActions", "rotation",
           run(instant({{"type", "rotateBy"}, {"x", 0}, {"y", -0.5}, {"z", 0}, {"duration", 0}}), "rotationYAnim")}},
-        {"didPan:", State::changed, {"state"},
+        {"didPan:",
+         State::changed,
+         {"state"},
          {R"(translationInView: "ARSCNView")",
           run(instant({{"type", "moveBy"}, {"delta", vec(0.25f, -0.5f, 0)}, {"duration", 0}}), "moveAnim")}},
-        {"didDoubleTap:", State::ended, {}, [] {
+        {"didDoubleTap:",
+         State::ended,
+         {},
+         [] {
              Lines l{"Earth.name", "Earth.name"};
              append(l, labelLines(expected::factText("Earth"), true));
              return l;
@@ -119,8 +128,10 @@ TEST_F(GestureTest, PinchAndPanApplyTheAccumulatedAmountAtEveryChangeAndKeepTheS
 TEST_F(GestureTest, TheNearestHitDecidesAloneAndOnlyBodiesAreActedOn) {
     recognizer("didPinch:").record.scale = 2.0;
     const auto button = meshOf(controller.nodeSunButtonModel);
-    const std::vector<std::vector<std::shared_ptr<SCNNode>>> offBody{
-        {}, {button, earthMesh()}, {controller.textNode, earthMesh()}, {meshOf(controller.nodeStarsModel), earthMesh()}};
+    const std::vector<std::vector<std::shared_ptr<SCNNode>>> offBody{{},
+                                                                     {button, earthMesh()},
+                                                                     {controller.textNode, earthMesh()},
+                                                                     {meshOf(controller.nodeStarsModel), earthMesh()}};
     for (const auto& hits : offBody)
         for (const char* action : {"didPinch:", "didRotate:", "didPan:", "didLongPress:", "didDoubleTap:"})
             gestureOverHits(action, State::changed, hits);
@@ -167,5 +178,5 @@ TEST_F(GestureTest, LongPressedBodiesComeBackWithTheNextView) {
     EXPECT_THAT(actionKeys(controller.nodeMoonModel), ElementsAre("MoonAnimation"));
 }
 
-} // namespace
-} // namespace orrery::scenario
+}  // namespace
+}  // namespace orrery::scenario

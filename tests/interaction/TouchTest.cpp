@@ -18,14 +18,17 @@ simd_float4x4 multiply(const simd_float4x4& a, const simd_float4x4& b) {
 
 simd_float4x4 yawMatrix(float yaw) {
     simd_float4x4 r;
-    r.columns = {{{std::cos(yaw), 0, -std::sin(yaw), 0}, {0, 1, 0, 0}, {std::sin(yaw), 0, std::cos(yaw), 0}, {0, 0, 0, 1}}};
+    r.columns = {
+        {{std::cos(yaw), 0, -std::sin(yaw), 0}, {0, 1, 0, 0}, {std::sin(yaw), 0, std::cos(yaw), 0}, {0, 0, 0, 1}}};
     return r;
 }
 
 /// A feature point tilted about x, so that W x R and R x W differ.
 simd_float4x4 featurePoint() {
     simd_float4x4 w;
-    w.columns = {{{1, 0, 0, 0}, {0, std::cos(0.3f), std::sin(0.3f), 0}, {0, -std::sin(0.3f), std::cos(0.3f), 0},
+    w.columns = {{{1, 0, 0, 0},
+                  {0, std::cos(0.3f), std::sin(0.3f), 0},
+                  {0, -std::sin(0.3f), std::cos(0.3f), 0},
                   {0.3f, -1.4f, -1.2f, 1}}};
     return w;
 }
@@ -94,7 +97,8 @@ TEST_F(TouchTest, TouchElsewhereAnchorsTheSelectedBodyTurnedByTheCameraYaw) {
     calls.pop_back();
     EXPECT_THAT(calls, ::testing::ElementsAreArray(expected));
     ASSERT_EQ(anchorCount(), 1u);
-    const simd_float4x4 t = platform.view->arSession.anchors[0]->transform(), want = multiply(featurePoint(), yawMatrix(yaw));
+    const simd_float4x4 t = platform.view->arSession.anchors[0]->transform(),
+                        want = multiply(featurePoint(), yawMatrix(yaw));
     for (int c = 0; c < 4; ++c)
         for (int r = 0; r < 4; ++r) EXPECT_NEAR(t.columns[c][r], want.columns[c][r], 1e-5) << c << "," << r;
     EXPECT_EQ(t.columns[3], featurePoint().columns[3]);
@@ -139,5 +143,5 @@ TEST_F(TouchTest, ButtonWalkStopsAtButtonNamesOnly) {
     EXPECT_EQ(controller.findButtonNode(fake), controller.nodeMarsButtonModel);
 }
 
-} // namespace
-} // namespace orrery::scenario
+}  // namespace
+}  // namespace orrery::scenario

@@ -8,10 +8,10 @@
 #include <fstream>
 #include <map>
 #include <optional>
-#include <regex>
 #include <set>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -21,15 +21,30 @@ namespace fs = std::filesystem;
 const fs::path kRoot = ORRERY_SOURCE_DIR;
 
 struct Row {
-    std::vector<std::string> folders;     ///< "app/"; or an ending such as "*.mm"
-    std::set<std::string> mayFolders;     ///< "platform/"; "*" for any
-    std::set<std::string> mayLibraries;   ///< "std", "GLU"...
+    std::vector<std::string> folders;    ///< "app/"; or an ending such as "*.mm"
+    std::set<std::string> mayFolders;    ///< "platform/"; "*" for any
+    std::set<std::string> mayLibraries;  ///< "std", "GLU"...
 };
 
 std::string trim(const std::string& s) {
     const auto first = s.find_first_not_of(" \t");
     if (first == std::string::npos) return {};
     return s.substr(first, s.find_last_not_of(" \t") - first + 1);
+}
+
+/// The `ticked` words of a table cell, and the rest of it with them taken out.
+std::vector<std::string> ticked(const std::string& cell, std::string* rest = nullptr) {
+    std::vector<std::string> words;
+    std::size_t at = 0;
+    for (std::size_t open; (open = cell.find('`', at)) != std::string::npos;) {
+        const std::size_t close = cell.find('`', open + 1);
+        if (close == std::string::npos) break;
+        if (rest) *rest += cell.substr(at, open - at);
+        words.push_back(cell.substr(open + 1, close - open - 1));
+        at = close + 1;
+    }
+    if (rest) *rest += cell.substr(at);
+    return words;
 }
 
 /// The table under "## The units": the rows after the header and its rule.
@@ -39,7 +54,6 @@ std::vector<Row> readTable(const std::string& markdown) {
     std::string line;
     bool inSection = false;
     int tableLine = 0;
-    const std::regex ticked("`([^`]+)`");
     while (std::getline(in, line)) {
         if (line.rfind("## ", 0) == 0) inSection = line == "## The units";
         if (!inSection || line.rfind("|", 0) != 0) continue;
@@ -49,11 +63,10 @@ std::vector<Row> readTable(const std::string& markdown) {
         for (std::string cell; std::getline(cellStream, cell, '|');) cells.push_back(cell);
         if (cells.size() < 3) continue;
         Row row;
-        for (std::sregex_iterator it(cells[0].begin(), cells[0].end(), ticked), end; it != end; ++it)
-            row.folders.push_back((*it)[1]);
-        for (std::sregex_iterator it(cells[2].begin(), cells[2].end(), ticked), end; it != end; ++it)
-            row.mayFolders.insert((*it)[1]);
-        std::stringstream libraries(std::regex_replace(cells[2], ticked, ""));
+        row.folders = ticked(cells[0]);
+        std::string libraryText;
+        for (auto& folder : ticked(cells[2], &libraryText)) row.mayFolders.insert(std::move(folder));
+        std::stringstream libraries(libraryText);
         for (std::string name; std::getline(libraries, name, ',');)
             if (!trim(name).empty()) row.mayLibraries.insert(trim(name));
         rows.push_back(std::move(row));
@@ -89,13 +102,27 @@ const Row* rowOf(const std::vector<Row>& rows, const std::string& relative) {
 /// The library an angle-bracket include belongs to.
 std::string libraryOf(const std::string& header) {
     const std::pair<const char*, const char*> known[] = {
-        {"GL/glu.h", "GLU"},         {"ft2build.h", "FreeType"},     {"fontconfig/", "fontconfig"},
-        {"pugixml", "pugixml"},      {"nlohmann/", "nlohmann/json"}, {"epoxy/egl.h", "EGL"},
-        {"epoxy/", "GL"},            {"stb", "stb"},                 {"SDL", "SDL2"},
-        {"imgui", "ImGui"},          {"backends/imgui", "ImGui"},    {"benchmark/", "Google Benchmark"},
-        {"assimp/", "Assimp"},       {"openssl/", "OpenSSL"},        {"gtest/", "GoogleTest"},
-        {"gmock/", "GoogleTest"},    {"UIKit/", "Apple frameworks"}, {"SceneKit/", "Apple frameworks"},
-        {"ARKit/", "Apple frameworks"}, {"Foundation/", "Apple frameworks"}, {"objc/", "Apple frameworks"},
+        {"GL/glu.h", "GLU"},
+        {"ft2build.h", "FreeType"},
+        {"fontconfig/", "fontconfig"},
+        {"pugixml", "pugixml"},
+        {"nlohmann/", "nlohmann/json"},
+        {"epoxy/egl.h", "EGL"},
+        {"epoxy/", "GL"},
+        {"stb", "stb"},
+        {"SDL", "SDL2"},
+        {"imgui", "ImGui"},
+        {"backends/imgui", "ImGui"},
+        {"benchmark/", "Google Benchmark"},
+        {"assimp/", "Assimp"},
+        {"openssl/", "OpenSSL"},
+        {"gtest/", "GoogleTest"},
+        {"gmock/", "GoogleTest"},
+        {"UIKit/", "Apple frameworks"},
+        {"SceneKit/", "Apple frameworks"},
+        {"ARKit/", "Apple frameworks"},
+        {"Foundation/", "Apple frameworks"},
+        {"objc/", "Apple frameworks"},
     };
     for (const auto& [prefix, library] : known)
         if (header.rfind(prefix, 0) == 0) return library;
@@ -111,10 +138,21 @@ struct Include {
 std::vector<Include> includesOf(const fs::path& file) {
     std::vector<Include> found;
     std::ifstream in(file);
-    const std::regex directive(R"(^\s*#\s*(?:include|import)\s*([<"])([^>"]+)[>"])");
-    std::smatch m;
-    for (std::string line; std::getline(in, line);)
-        if (std::regex_search(line, m, directive)) found.push_back({m[2], m[1] == "\""});
+    for (std::string line; std::getline(in, line);) {
+        // #include or #import, then "header" or <header>.
+        std::size_t at = line.find_first_not_of(" \t");
+        if (at == std::string::npos || line[at] != '#') continue;
+        at = line.find_first_not_of(" \t", at + 1);
+        if (at == std::string::npos) continue;
+        const std::string_view rest = std::string_view(line).substr(at);
+        const std::size_t word = rest.starts_with("include") ? 7 : rest.starts_with("import") ? 6 : 0;
+        if (word == 0) continue;
+        const std::size_t open = line.find_first_not_of(" \t", at + word);
+        if (open == std::string::npos || (line[open] != '"' && line[open] != '<')) continue;
+        const std::size_t close = line.find(line[open] == '"' ? '"' : '>', open + 1);
+        if (close == std::string::npos) continue;
+        found.push_back({line.substr(open + 1, close - open - 1), line[open] == '"'});
+    }
     return found;
 }
 
@@ -221,4 +259,4 @@ TEST(IncludeRules, TheRowsRefuseWhatTheyLeaveOut) {
     }
 }
 
-} // namespace
+}  // namespace

@@ -35,7 +35,8 @@ protected:
         EXPECT_EQ(node->actions()[0].elapsed, 0.0);
     }
     void expectOverview() {
-        for (const expected::Place& place : expected::overview) expectPlaced(place.body, place.scale, {place.x, 0.5f, -5});
+        for (const expected::Place& place : expected::overview)
+            expectPlaced(place.body, place.scale, {place.x, 0.5f, -5});
         EXPECT_EQ(labelText(), expected::factText("Sun"));
     }
 };
@@ -81,7 +82,8 @@ TEST_F(ViewModesTest, OverviewLaysOutFifteenBodiesThenShowsTheSunFacts) {
 }
 
 TEST_F(ViewModesTest, UnknownNamesChangeNothing) {
-    for (const char* name : {"solarSystemButton", "SolarSystemButton ", " HelpButton", "", "Sun", "helpbutton", "StarsButton"})
+    for (const char* name :
+         {"solarSystemButton", "SolarSystemButton ", " HelpButton", "", "Sun", "helpbutton", "StarsButton"})
         controller.pressButton(name);
     EXPECT_TRUE(platform.log->takeNew().empty());
 }
@@ -100,5 +102,5 @@ TEST_F(ViewModesTest, HelpAsksTheBrowserOncePerPressAndLeavesTheScene) {
     EXPECT_EQ(controller.textNode, label);
 }
 
-} // namespace
-} // namespace orrery::scenario
+}  // namespace
+}  // namespace orrery::scenario

@@ -54,7 +54,8 @@ TEST(TextureLevels, SmallerLevelsAverageInLinearLightDownToOneTexel) {
     ASSERT_EQ(std::pair(halved.width, halved.height), std::pair(2, 1));
     EXPECT_EQ(halved.rgba, (std::vector<std::uint8_t>{60, 60, 60, 255, 200, 200, 200, 255}));
 
-    for (const float encoded : {0.0f, 0.02f, 0.5f, 0.9f, 1.0f}) EXPECT_NEAR(encodeSrgb(decodeSrgb(encoded)), encoded, 1e-5f);
+    for (const float encoded : {0.0f, 0.02f, 0.5f, 0.9f, 1.0f})
+        EXPECT_NEAR(encodeSrgb(decodeSrgb(encoded)), encoded, 1e-5f);
 }
 
 TEST(TextureLevels, AnImageLoadsWithEveryLevelAndItsTransparency) {
@@ -70,5 +71,5 @@ TEST(TextureLevels, AnImageLoadsWithEveryLevelAndItsTransparency) {
     EXPECT_TRUE(loadTexture(root + "/no-such-image.png").levels.empty());
 }
 
-} // namespace
-} // namespace orrery::render
+}  // namespace
+}  // namespace orrery::render

@@ -85,7 +85,8 @@ TEST_P(GoldenImage, MatchesCommittedPicture) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Scenes, GoldenImage, ::testing::Values("start", "buttons", "overview", "single-body", "placement"),
+INSTANTIATE_TEST_SUITE_P(Scenes, GoldenImage,
+                         ::testing::Values("start", "buttons", "overview", "single-body", "placement"),
                          [](const auto& info) {
                              std::string name = info.param;
                              std::ranges::replace(name, '-', '_');  // test names take no '-'
@@ -105,12 +106,14 @@ TEST(CameraImage, TheFloorShowsThroughTheStarFieldAtStart) {
         int nearest = 255;
         for (const auto& colour : orrery::render::kFloorBoardsSrgb) {
             int worst = 0;
-            for (int c = 0; c < 3; ++c) worst = std::max(worst, std::abs(picture.rgba[p + c] - static_cast<int>(colour[c] * 255 + 0.5f)));
+            for (int c = 0; c < 3; ++c)
+                worst = std::max(worst, std::abs(picture.rgba[p + c] - static_cast<int>(colour[c] * 255 + 0.5f)));
             nearest = std::min(nearest, worst);
         }
         board += nearest <= 24;
     }
-    EXPECT_GT(static_cast<double>(board) / static_cast<double>(pixels), 0.6) << board << " of " << pixels << " pixels are floor boards";
+    EXPECT_GT(static_cast<double>(board) / static_cast<double>(pixels), 0.6)
+        << board << " of " << pixels << " pixels are floor boards";
 }
 
 TEST(SnapshotCommand, WritesPicturesOfTheAskedSizeOrFails) {
@@ -122,17 +125,18 @@ TEST(SnapshotCommand, WritesPicturesOfTheAskedSizeOrFails) {
         const char* file;  ///< the picture expected, or null
         int width, height;
     };
-    for (const Case& c : {Case{"default size: a pixel per point", "-", "snapshot a.png\n", 0, "a.png", 390, 844},
-                          Case{"explicit size", "-", "snapshot b.png 40x30\n", 0, "b.png", 40, 30},
-                          Case{"zero side", "-", "snapshot c.png 0x30\n", 2, nullptr, 0, 0},
-                          Case{"side too large", "-", "snapshot c.png 9000x30\n", 2, nullptr, 0, 0},
-                          Case{"size without x", "-", "snapshot c.png 40\n", 2, nullptr, 0, 0},
-                          Case{"no file", "-", "snapshot\n", 2, nullptr, 0, 0},
-                          Case{"unwritable file", "-", "snapshot no/such/folder/d.png\n", 2, nullptr, 0, 0},
-                          Case{"option after the scenario", "--snapshot e.png --size 20x10 -", "frame\n", 0, "e.png", 20, 10},
-                          Case{"option with equals forms", "--snapshot=f.png --size=8x6 -", "", 0, "f.png", 8, 6},
-                          Case{"size without snapshot", "--size 8x6 -", "", 2, nullptr, 0, 0},
-                          Case{"bad size option", "--snapshot g.png --size 8by6 -", "", 2, nullptr, 0, 0}}) {
+    for (const Case& c :
+         {Case{"default size: a pixel per point", "-", "snapshot a.png\n", 0, "a.png", 390, 844},
+          Case{"explicit size", "-", "snapshot b.png 40x30\n", 0, "b.png", 40, 30},
+          Case{"zero side", "-", "snapshot c.png 0x30\n", 2, nullptr, 0, 0},
+          Case{"side too large", "-", "snapshot c.png 9000x30\n", 2, nullptr, 0, 0},
+          Case{"size without x", "-", "snapshot c.png 40\n", 2, nullptr, 0, 0},
+          Case{"no file", "-", "snapshot\n", 2, nullptr, 0, 0},
+          Case{"unwritable file", "-", "snapshot no/such/folder/d.png\n", 2, nullptr, 0, 0},
+          Case{"option after the scenario", "--snapshot e.png --size 20x10 -", "frame\n", 0, "e.png", 20, 10},
+          Case{"option with equals forms", "--snapshot=f.png --size=8x6 -", "", 0, "f.png", 8, 6},
+          Case{"size without snapshot", "--size 8x6 -", "", 2, nullptr, 0, 0},
+          Case{"bad size option", "--snapshot g.png --size 8by6 -", "", 2, nullptr, 0, 0}}) {
         SCOPED_TRACE(c.what);
         TempDir work;
         const auto run = runSimIn(work.path, c.arguments, c.scenario);
@@ -144,4 +148,4 @@ TEST(SnapshotCommand, WritesPicturesOfTheAskedSizeOrFails) {
     }
 }
 
-} // namespace
+}  // namespace

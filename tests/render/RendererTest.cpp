@@ -23,16 +23,19 @@ struct Rgb {
 };
 
 Rgb pixel(const Image& image, double x, double y) {
-    const std::size_t i = (static_cast<std::size_t>(y) * static_cast<std::size_t>(image.width) + static_cast<std::size_t>(x)) * 4;
+    const std::size_t i =
+        (static_cast<std::size_t>(y) * static_cast<std::size_t>(image.width) + static_cast<std::size_t>(x)) * 4;
     return {image.rgba[i], image.rgba[i + 1], image.rgba[i + 2]};
 }
 
 /// How many pixels within x0..x1, y0..y1 (by default the whole picture) `predicate` holds for.
 template <class Predicate>
-int countWhere(const Image& image, Predicate predicate, double x0 = 0, double y0 = 0, double x1 = 1e9, double y1 = 1e9) {
+int countWhere(const Image& image, Predicate predicate, double x0 = 0, double y0 = 0, double x1 = 1e9,
+               double y1 = 1e9) {
     int n = 0;
     for (int y = 0; y < image.height; ++y)
-        for (int x = 0; x < image.width; ++x) n += x >= x0 && x <= x1 && y >= y0 && y <= y1 && predicate(pixel(image, x, y));
+        for (int x = 0; x < image.width; ++x)
+            n += x >= x0 && x <= x1 && y >= y0 && y <= y1 && predicate(pixel(image, x, y));
     return n;
 }
 
@@ -41,7 +44,8 @@ std::shared_ptr<memory::MemoryMeshGeometry> cube(const UIColor& colour) {
     auto g = std::make_shared<memory::MemoryMeshGeometry>();
     for (int i = 0; i < 8; ++i)
         g->positions.push_back({i & 1 ? 0.5f : -0.5f, i & 2 ? 0.5f : -0.5f, i & 4 ? 0.5f : -0.5f});
-    g->indices = {0, 2, 3, 0, 3, 1, 4, 5, 7, 4, 7, 6, 0, 1, 5, 0, 5, 4, 2, 6, 7, 2, 7, 3, 0, 4, 6, 0, 6, 2, 1, 3, 7, 1, 7, 5};
+    g->indices = {0, 2, 3, 0, 3, 1, 4, 5, 7, 4, 7, 6, 0, 1, 5, 0, 5, 4,
+                  2, 6, 7, 2, 7, 3, 0, 4, 6, 0, 6, 2, 1, 3, 7, 1, 7, 5};
     g->computeBounds();
     auto material = std::make_shared<memory::MemoryMaterial>();
     material->diffuseProperty->contents = colour;
@@ -74,7 +78,9 @@ protected:
     }
     void addCube(SCNVector3 at, const UIColor& colour, float scale = 0.2f) { add(cube(colour), at, scale); }
 
-    Image render(const RenderOptions& options) { return headless->render(platform.view->frame(), kWidth, kHeight, options); }
+    Image render(const RenderOptions& options) {
+        return headless->render(platform.view->frame(), kWidth, kHeight, options);
+    }
     /// The picture pixel of a world position, through the simulator's own camera projection.
     std::pair<double, double> pixelOf(SCNVector3 world) const {
         const auto point = platform.view->camera.project(world);
@@ -110,7 +116,7 @@ TEST_F(RendererTest, MeshesLandWhereTheCameraProjectsThemInTheirOwnColour) {
 
 TEST_F(RendererTest, NodesFollowTheirParentsTransform) {
     auto parent = add(nullptr, {0, 0, -4}, 1);
-    parent->assignRotation({0, 1, 0, 1.5707963f});  // its +x turns to -z
+    parent->assignRotation({0, 1, 0, 1.5707963f});     // its +x turns to -z
     add(cube({0, 1, 0, 1}), {0, 1, 1}, 0.3f, parent);  // world (1, 1, -4)
     const Image image = render(kSceneOnly);
     EXPECT_EQ(seen(image, {1, 1, -4}).g, 255);
@@ -170,11 +176,13 @@ TEST_F(RendererTest, TextIsDrawnInsideTheBoxTheHitTestUses) {
     const auto lit = [](Rgb p) { return p.r + p.g + p.b > 0; };
     const int inside = countWhere(image, lit, left - 1, top - 1, right + 1, bottom + 1);
     EXPECT_GT(inside, 100);
-    EXPECT_EQ(countWhere(image, lit), inside);  // nothing outside the box
+    EXPECT_EQ(countWhere(image, lit), inside);                                          // nothing outside the box
     const auto notOrange = [](Rgb p) { return p.r > 250 && std::abs(p.g - 128) > 2; };  // solid glyph pixels
     EXPECT_EQ(countWhere(image, notOrange, left - 1, top - 1, right + 1, bottom + 1), 0);
     // The glyphs reach the box's edges: a box drawn tighter would miss some of them.
-    EXPECT_GT(countWhere(image, [](Rgb p) { return p.r > 0; }, int(right - 1), int(top), int(right - 1), int(bottom)), 0);
+    EXPECT_GT(countWhere(
+                  image, [](Rgb p) { return p.r > 0; }, int(right - 1), int(top), int(right - 1), int(bottom)),
+              0);
 }
 
 TEST_F(RendererTest, PicturesAreTheSameEveryTime) {
@@ -183,4 +191,4 @@ TEST_F(RendererTest, PicturesAreTheSameEveryTime) {
     EXPECT_EQ(first.rgba, render({true, true, true}).rgba);
 }
 
-} // namespace
+}  // namespace

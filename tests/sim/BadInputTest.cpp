@@ -32,7 +32,7 @@ std::string parseMessage(const std::string& line) {
 
 Command parsed(const std::string& line) { return std::get<Command>(parseLine(line, 1)); }
 
-} // namespace
+}  // namespace
 
 TEST(BadInput, AmountsBeyondOneHourAreRefused) {
     struct Case {
@@ -71,7 +71,7 @@ TEST(BadInput, MessagesQuoteABoundedEscapedPrefix) {
         {std::string("a\0b", 3), "'a\\x00b'"},
         {"tab\there\x7F", "'tab\\x09here\\x7F'"},
         {"back\\slash", "'back\\\\slash'"},
-        {"\xC3\xBC ok", "'\xC3\xBC ok'"},                       // UTF-8 stays readable
+        {"\xC3\xBC ok", "'\xC3\xBC ok'"},                           // UTF-8 stays readable
         {"\xFF\xC3(\xED\xA0\x80", "'\\xFF\\xC3(\\xED\\xA0\\x80'"},  // not UTF-8, a surrogate
         {std::string(70, 'x'), std::string("'").append(kQuotedPrefixBytes, 'x').append("... (70 bytes)'")},
         // A character that does not fit the prefix whole is left out whole.
@@ -123,7 +123,7 @@ TEST(BadInput, CallLogKeepsABoundedTailAndCountsWhatItLetGo) {
     ASSERT_FALSE(unread.empty());
     EXPECT_EQ(unread.back().op, "19");
     EXPECT_EQ(std::stoul(unread.front().op), dropped);  // the newest are kept, in order
-    EXPECT_EQ(log.droppedUnread(), 0u);  // counted since the previous take only
+    EXPECT_EQ(log.droppedUnread(), 0u);                 // counted since the previous take only
 
     // Calls already read go first: six new ones fit once the read ones are let go.
     for (int i = 20; i < 26; ++i) log.record(std::to_string(i), std::nullopt);

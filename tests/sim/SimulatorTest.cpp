@@ -58,7 +58,8 @@ const json* findNode(const json& node, const std::string& name) {
 
 std::vector<std::string> childNames(const json& node) {
     std::vector<std::string> names;
-    for (const auto& child : node["children"]) names.push_back(child["name"].is_string() ? child["name"].get<std::string>() : "");
+    for (const auto& child : node["children"])
+        names.push_back(child["name"].is_string() ? child["name"].get<std::string>() : "");
     return names;
 }
 
@@ -72,7 +73,7 @@ protected:
 // A pose that puts the centre of the Mars button (at (1.25, -2, -2)) in the middle of the screen.
 const std::string kLookAtMarsButton = "camera 0 0 0 -0.558599 -0.702257\n";
 
-} // namespace
+}  // namespace
 
 TEST_F(OrrerySimTest, StartSceneDump) {
     auto lines = scenario("dump\n");
@@ -82,8 +83,13 @@ TEST_F(OrrerySimTest, StartSceneDump) {
     json head = s;
     head.erase("recognizers");
     head.erase("scene");
-    EXPECT_EQ(head, (json{{"time", 1.0 / 60.0}, {"selectedBody", 3}, {"gestureHandled", false}, {"isTextShown", true},
-                          {"session", "running"}, {"anchors", json::array()}, {"openedURLs", json::array()}}));
+    EXPECT_EQ(head, (json{{"time", 1.0 / 60.0},
+                          {"selectedBody", 3},
+                          {"gestureHandled", false},
+                          {"isTextShown", true},
+                          {"session", "running"},
+                          {"anchors", json::array()},
+                          {"openedURLs", json::array()}}));
 
     std::vector<std::string> expected{"Stars", "Earth", "planetData"};
     for (const auto& button : orrery::BodyCatalog::buttons()) expected.emplace_back(button.nodeName);
@@ -101,8 +107,12 @@ TEST_F(OrrerySimTest, StartSceneDump) {
 
     const json orange = {{"red", 1.0}, {"green", 0.5}, {"blue", 0.0}, {"alpha", 1.0}};
     EXPECT_EQ(s["scene"]["children"][2]["geometry"],  // the fact text's UTF-8 survives
-              (json{{"type", "text"}, {"string", std::string(orrery::BodyCatalog::earthText)}, {"extrusionDepth", 0.2},
-                    {"font", {{"name", "Optima"}, {"size", 1.0}}}, {"diffuse", orange}, {"specular", orange}}));
+              (json{{"type", "text"},
+                    {"string", std::string(orrery::BodyCatalog::earthText)},
+                    {"extrusionDepth", 0.2},
+                    {"font", {{"name", "Optima"}, {"size", 1.0}}},
+                    {"diffuse", orange},
+                    {"specular", orange}}));
 
     EXPECT_EQ(s["recognizers"], json::parse(R"([{"type":"UIPinchGestureRecognizer","action":"didPinch:"},
         {"type":"UIRotationGestureRecognizer","action":"didRotate:"}, {"type":"UIPanGestureRecognizer","action":"didPan:"},
@@ -114,17 +124,19 @@ TEST_F(OrrerySimTest, DumpTextKeepsFieldOrderAndReadsBackSameFloats) {
     SimRun run = runSim({"-"}, "features 0.1,-1.4,-2\ntouch 100,700\nframe\ndump\n");
     ASSERT_EQ(run.status, 0) << run.err;
     const std::string& text = run.out;
-    const char* order[] = {"{\"time\":", "\"selectedBody\":", "\"gestureHandled\":", "\"isTextShown\":", "\"session\":",
-                           "\"anchors\":", "\"openedURLs\":", "\"recognizers\":", "\"scene\":{\"name\":null,\"position\":"};
+    const char* order[] = {"{\"time\":",       "\"selectedBody\":", "\"gestureHandled\":",
+                           "\"isTextShown\":", "\"session\":",      "\"anchors\":",
+                           "\"openedURLs\":",  "\"recognizers\":",  "\"scene\":{\"name\":null,\"position\":"};
     std::size_t at = 0;
     for (const char* key : order) {
         std::size_t found = text.find(key, at);
         ASSERT_NE(found, std::string::npos) << key;
         at = found;
     }
-    EXPECT_NE(text.find("\"position\":[0.0,0.0,0.0],\"scale\":[1.0,1.0,1.0],\"rotation\":[0.0,0.0,0.0,0.0],\"actions\":[],"
-                        "\"geometry\":null,\"children\":["),
-              std::string::npos);
+    EXPECT_NE(
+        text.find("\"position\":[0.0,0.0,0.0],\"scale\":[1.0,1.0,1.0],\"rotation\":[0.0,0.0,0.0,0.0],\"actions\":[],"
+                  "\"geometry\":null,\"children\":["),
+        std::string::npos);
     // The button tilt is a float one step below pi/4: printed shortest, read back exactly.
     EXPECT_NE(text.find("[1.0,0.0,0.0,0.7853981]"), std::string::npos);
     auto s = json::parse(text);
@@ -141,7 +153,8 @@ TEST_F(OrrerySimTest, DumpTextKeepsFieldOrderAndReadsBackSameFloats) {
 }
 
 TEST_F(OrrerySimTest, ButtonsViewModesAndHelp) {
-    auto lines = scenario("press SolarSystemButton\ndump\n" + kLookAtMarsButton + "touch @MarsButton\ndump\n"
+    auto lines = scenario("press SolarSystemButton\ndump\n" + kLookAtMarsButton +
+                          "touch @MarsButton\ndump\n"
                           "press HelpButton\ndump\n");
     ASSERT_EQ(lines.size(), 3u);
 
@@ -153,7 +166,8 @@ TEST_F(OrrerySimTest, ButtonsViewModesAndHelp) {
 
     const json& mars = lines[1];
     EXPECT_EQ(mars["selectedBody"], 6);
-    EXPECT_EQ((*findNode(mars["scene"], "planetData"))["geometry"]["string"], std::string(orrery::BodyCatalog::marsText));
+    EXPECT_EQ((*findNode(mars["scene"], "planetData"))["geometry"]["string"],
+              std::string(orrery::BodyCatalog::marsText));
 
     const json& help = lines[2];
     EXPECT_EQ(help["selectedBody"], 6);
@@ -240,15 +254,21 @@ TEST_F(OrrerySimTest, CommandLine) {
     EXPECT_EQ(help.status, 0);
     const orrery::memory::SimulatedCamera camera{};
     const auto whole = [](double value) { return std::to_string(std::lround(value)); };
-    for (const std::string& fact : {whole(camera.viewport.width) + " x " + whole(camera.viewport.height) + " points",
-                                    "vertical field of view " + whole(camera.verticalFieldOfView * 180 / M_PI) + " degrees"})
+    for (const std::string& fact :
+         {whole(camera.viewport.width) + " x " + whole(camera.viewport.height) + " points",
+          "vertical field of view " + whole(camera.verticalFieldOfView * 180 / M_PI) + " degrees"})
         EXPECT_NE(help.out.find(fact), std::string::npos) << fact << " in " << help.out;
-    for (const char* command : {"appear", "disappear", "memorywarning", "camera", "frame", "advance", "hits", "features",
-                                "touch", "press", "pinch", "rotate", "pan", "longpress", "doubletap", "dump", "calls"})
+    for (const char* command :
+         {"appear", "disappear", "memorywarning", "camera", "frame", "advance", "hits", "features", "touch", "press",
+          "pinch", "rotate", "pan", "longpress", "doubletap", "dump", "calls"})
         EXPECT_NE(help.out.find(std::string("\n  ") + command), std::string::npos) << command;
 
-    for (const std::vector<std::string>& args : std::vector<std::vector<std::string>>{
-             {"--frobnicate"}, {"--assets"}, {"/nonexistent/scenario"}, {"/tmp"}, {"a", "b"}, {"--assets", "/nonexistent"}}) {
+    for (const std::vector<std::string>& args : std::vector<std::vector<std::string>>{{"--frobnicate"},
+                                                                                      {"--assets"},
+                                                                                      {"/nonexistent/scenario"},
+                                                                                      {"/tmp"},
+                                                                                      {"a", "b"},
+                                                                                      {"--assets", "/nonexistent"}}) {
         SimRun bad = runSim(args);
         EXPECT_EQ(bad.status, 2) << args[0];
         EXPECT_EQ(bad.err.rfind("orrery-sim: ", 0), 0u) << bad.err;
@@ -286,9 +306,11 @@ TEST_F(OrrerySimTest, NamesTheLineOfAModelItCannotLoadOrLoadsInPart) {
     const fs::path assets = dir.path / "art.scnassets", shipped = fs::path(ORRERY_SOURCE_DIR) / "art.scnassets";
     fs::create_directories(assets / "Earth");
     for (const auto& entry : fs::directory_iterator(shipped))
-        if (entry.path().filename() != "Earth") fs::create_directory_symlink(entry.path(), assets / entry.path().filename());
+        if (entry.path().filename() != "Earth")
+            fs::create_directory_symlink(entry.path(), assets / entry.path().filename());
     for (const auto& entry : fs::directory_iterator(shipped / "Earth"))
-        if (entry.path().filename() != "Earth.dae") fs::create_symlink(entry.path(), assets / "Earth" / entry.path().filename());
+        if (entry.path().filename() != "Earth.dae")
+            fs::create_symlink(entry.path(), assets / "Earth" / entry.path().filename());
     const std::string earth = readFile(shipped / "Earth/Earth.dae");
     const std::size_t p = earth.find("<p>");
     ASSERT_NE(p, std::string::npos);
@@ -299,7 +321,8 @@ TEST_F(OrrerySimTest, NamesTheLineOfAModelItCannotLoadOrLoadsInPart) {
     std::ofstream(file, std::ios::binary) << std::string(earth).insert(p + 3, "99999 ");
     SimRun partial = runSim({"--assets", assets.string(), "-"}, "dump\n");
     EXPECT_EQ(partial.status, 0) << partial.err;
-    EXPECT_TRUE(partial.err.starts_with("orrery-sim: " + file + ":" + line + ": warning: <triangles> left out: position index 99999 past the"))
+    EXPECT_TRUE(partial.err.starts_with("orrery-sim: " + file + ":" + line +
+                                        ": warning: <triangles> left out: position index 99999 past the"))
         << partial.err;
     EXPECT_EQ(std::count(partial.err.begin(), partial.err.end(), '\n'), 1) << partial.err;
     EXPECT_EQ((*findNode(partial.lines().at(0)["scene"], "EarthMesh"))["geometry"]["triangles"], 0);
@@ -313,8 +336,8 @@ TEST_F(OrrerySimTest, NamesTheLineOfAModelItCannotLoadOrLoadsInPart) {
 
     SimRun check = runSim({"--check-model", file, (shipped / "Mars/Mars.dae").string()});
     EXPECT_EQ(check.status, 2);
-    for (const std::string& told :
-         std::vector<std::string>{file + ": refused\n", "Mars.dae: loads\n", "node \"MarsMesh\" line ", "mesh: 960 triangles"})
+    for (const std::string& told : std::vector<std::string>{file + ": refused\n", "Mars.dae: loads\n",
+                                                            "node \"MarsMesh\" line ", "mesh: 960 triangles"})
         EXPECT_NE(check.out.find(told), std::string::npos) << told << " in " << check.out;
     EXPECT_EQ(runSim({"--check-model", (shipped / "Mars/Mars.dae").string()}).status, 0);
 
@@ -326,7 +349,8 @@ TEST_F(OrrerySimTest, NamesTheLineOfAModelItCannotLoadOrLoadsInPart) {
     SimRun label = runSim({"--check-model", file});
     EXPECT_EQ(label.status, 0);
     EXPECT_NE(label.out.find(file + ": loads with warnings\n"), std::string::npos) << label.out;
-    EXPECT_NE(label.err.find(": warning: node \"planetData\" has the info label's name\n"), std::string::npos) << label.err;
+    EXPECT_NE(label.err.find(": warning: node \"planetData\" has the info label's name\n"), std::string::npos)
+        << label.err;
 }
 
 TEST_F(OrrerySimTest, DemoRunsToTheEndWithNarration) {
@@ -360,7 +384,8 @@ TEST_F(OrrerySimTest, PreparedHitsReplaceGeometricAnswersOnce) {
 }
 
 TEST_F(OrrerySimTest, DetachedModelsCanBeTargetedButNotTouched) {
-    SimRun run = runSim({"-"}, "hits @Earth\nlongpress began 1,1\nhits @Earth/mesh\ndoubletap 1,1\ndump\ntouch @Earth\n");
+    SimRun run =
+        runSim({"-"}, "hits @Earth\nlongpress began 1,1\nhits @Earth/mesh\ndoubletap 1,1\ndump\ntouch @Earth\n");
     EXPECT_EQ(run.status, 2);
     EXPECT_EQ(run.err.rfind("orrery-sim: 6: ", 0), 0u) << run.err;
     auto lines = run.lines();

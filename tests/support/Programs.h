@@ -89,4 +89,4 @@ inline ProgramRun runProgram(std::vector<std::string> argv, const fs::path& dir,
     return run;
 }
 
-} // namespace orrery::testing
+}  // namespace orrery::testing

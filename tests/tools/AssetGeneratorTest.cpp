@@ -90,7 +90,8 @@ TEST(AssetFiles, MapTexturesHaveTheirRecordedFormats) {
         SCOPED_TRACE(source.texture);
         int width = 0, height = 0, channels = 0;
         ASSERT_TRUE(stbi_info(committedTexture(source.texture + ".png").c_str(), &width, &height, &channels));
-        EXPECT_EQ(std::tuple(width, height, channels), std::tuple(source.width, source.height, assetgen::textureChannels(source.kind)));
+        EXPECT_EQ(std::tuple(width, height, channels),
+                  std::tuple(source.width, source.height, assetgen::textureChannels(source.kind)));
     }
 }
 
@@ -99,8 +100,8 @@ TEST(SkyTexel, GivesTheMapsColourBackOverBlackAndLetsTheDarkThrough) {
         const double v = byte / 255;
         return v <= 0.04045 ? v / 12.92 : std::pow((v + 0.055) / 1.055, 2.4);
     };
-    const std::vector<std::array<double, 3>> colours{{0, 0, 0},     {255, 255, 255}, {40, 40, 40},  {3, 3, 3},
-                                                     {200, 100, 50}, {10, 30, 120},  {255, 0, 0},   {90, 85, 80}};
+    const std::vector<std::array<double, 3>> colours{{0, 0, 0},      {255, 255, 255}, {40, 40, 40}, {3, 3, 3},
+                                                     {200, 100, 50}, {10, 30, 120},   {255, 0, 0},  {90, 85, 80}};
     for (const auto& srgb : colours) {
         SCOPED_TRACE(::testing::Message() << srgb[0] << "," << srgb[1] << "," << srgb[2]);
         const auto texel = assetgen::skyTexel(srgb);
@@ -108,7 +109,8 @@ TEST(SkyTexel, GivesTheMapsColourBackOverBlackAndLetsTheDarkThrough) {
         // Opaque exactly where the map is at full brightness.
         EXPECT_EQ(texel[3] == 255, std::max({srgb[0], srgb[1], srgb[2]}) == 255);
         // Over black, in linear light: alpha x colour is the map's light within a byte's rounding.
-        for (int c = 0; c < 3; ++c) EXPECT_NEAR(alpha * linear(texel[c]), linear(srgb[c]), 0.5 / 255 + 0.004 * linear(srgb[c])) << c;
+        for (int c = 0; c < 3; ++c)
+            EXPECT_NEAR(alpha * linear(texel[c]), linear(srgb[c]), 0.5 / 255 + 0.004 * linear(srgb[c])) << c;
     }
 }
 
@@ -124,7 +126,8 @@ Rgb texelAt(const std::string& fileName, double latitude, double longitude) {
         stbi_load(committedTexture(fileName).c_str(), &width, &height, &channels, 3), stbi_image_free);
     if (!pixels) return {-1, -1, -1};
     const auto [u, v] = assetgen::sphereTexel(assetgen::surfaceDirection(latitude, longitude));
-    const int x = std::min(width - 1, static_cast<int>(u * width)), y = std::min(height - 1, static_cast<int>(v * height));
+    const int x = std::min(width - 1, static_cast<int>(u * width)),
+              y = std::min(height - 1, static_cast<int>(v * height));
     const stbi_uc* p = pixels.get() + (static_cast<std::size_t>(y) * width + x) * 3;
     return {p[0], p[1], p[2]};
 }
@@ -132,7 +135,8 @@ Rgb texelAt(const std::string& fileName, double latitude, double longitude) {
 TEST(AssetFiles, EarthMapsShowPlacesWhereTheyAre) {
     using Looks = bool (*)(Rgb);
     const Looks ocean = [](Rgb c) { return c.b > c.r + 20 && c.b > c.g; }, land = [](Rgb c) { return c.r > c.b + 20; };
-    const Looks cityLights = [](Rgb c) { return c.r + c.g + c.b > 60; }, darkLand = [](Rgb c) { return c.r + c.g + c.b < 30; };
+    const Looks cityLights = [](Rgb c) { return c.r + c.g + c.b > 60; },
+                darkLand = [](Rgb c) { return c.r + c.g + c.b < 30; };
     struct Place {
         const char* name;
         double latitude, longitude;
@@ -141,15 +145,16 @@ TEST(AssetFiles, EarthMapsShowPlacesWhereTheyAre) {
     };
     // Each place's mirror images (east for west, north for south) show something else, so a
     // mirrored or shifted map fails here.
-    for (const Place& place : std::vector<Place>{{"Gulf of Guinea", 0, 3, "Earth.png", ocean},
-                                                 {"Sahara", 25, 25, "Earth.png", land},
-                                                 {"North Atlantic (mirrored Sahara)", 25, -25, "Earth.png", ocean},
-                                                 {"Australia", -25, 134, "Earth.png", land},
-                                                 {"Philippine Sea (Australia turned north)", 25, 134, "Earth.png", ocean},
-                                                 {"South Pacific (mirrored Australia)", -25, -134, "Earth.png", ocean},
-                                                 {"Nile delta by night", 30.5, 31, "EarthNight.png", cityLights},
-                                                 {"Sahara by night", 25, 25, "EarthNight.png", darkLand},
-                                                 {"Atlantic by night (mirrored Nile delta)", 30.5, -31, "EarthNight.png", darkLand}}) {
+    for (const Place& place :
+         std::vector<Place>{{"Gulf of Guinea", 0, 3, "Earth.png", ocean},
+                            {"Sahara", 25, 25, "Earth.png", land},
+                            {"North Atlantic (mirrored Sahara)", 25, -25, "Earth.png", ocean},
+                            {"Australia", -25, 134, "Earth.png", land},
+                            {"Philippine Sea (Australia turned north)", 25, 134, "Earth.png", ocean},
+                            {"South Pacific (mirrored Australia)", -25, -134, "Earth.png", ocean},
+                            {"Nile delta by night", 30.5, 31, "EarthNight.png", cityLights},
+                            {"Sahara by night", 25, 25, "EarthNight.png", darkLand},
+                            {"Atlantic by night (mirrored Nile delta)", 30.5, -31, "EarthNight.png", darkLand}}) {
         SCOPED_TRACE(place.name);
         const Rgb c = texelAt(place.file, place.latitude, place.longitude);
         ASSERT_GE(c.r, 0) << "cannot read " << place.file;
@@ -172,4 +177,4 @@ TEST_F(AssetGenerator, FailsCleanlyOnBadArguments) {
     EXPECT_FALSE(fs::exists(out_ / "art.scnassets"));
 }
 
-} // namespace
+}  // namespace

@@ -27,10 +27,14 @@ struct Step {
     double wheel = 0;
 };
 
-Step press(double t, double x, double y, Button b = Button::left, bool ctrl = false) { return {t, Kind::press, {x, y}, b, ctrl}; }
+Step press(double t, double x, double y, Button b = Button::left, bool ctrl = false) {
+    return {t, Kind::press, {x, y}, b, ctrl};
+}
 Step move(double t, double x, double y) { return {t, Kind::move, {x, y}}; }
 Step release(double t, double x, double y, Button b = Button::left) { return {t, Kind::release, {x, y}, b}; }
-Step wheel(double t, double x, double y, double notches) { return {t, Kind::wheel, {x, y}, Button::left, false, notches}; }
+Step wheel(double t, double x, double y, double notches) {
+    return {t, Kind::wheel, {x, y}, Button::left, false, notches};
+}
 Step wait(double t) { return {t, std::nullopt}; }
 Step cancel(double t) { return {t, std::nullopt, {-1, -1}}; }
 
@@ -39,7 +43,9 @@ bool sameLine(std::string a, std::string b) {
     std::ranges::replace(a, ',', ' ');
     std::ranges::replace(b, ',', ' ');
     std::istringstream sa(a), sb(b);
-    auto number = [](const std::string& w, double& v) { return std::from_chars(w.data(), w.data() + w.size(), v).ptr == w.data() + w.size(); };
+    auto number = [](const std::string& w, double& v) {
+        return std::from_chars(w.data(), w.data() + w.size(), v).ptr == w.data() + w.size();
+    };
     double x = 0, y = 0;
     for (std::string wa, wb; sa >> wa;)
         if (!(sb >> wb) || (number(wa, x) && number(wb, y) ? std::fabs(x - y) > 1e-9 : wa != wb)) return false;
@@ -73,7 +79,9 @@ std::vector<std::string> play(const std::vector<Step>& steps) {
 
 TEST(InputMapping, MouseBecomesTheControllersEvents) {
     const std::vector<Case> cases = {
-        {"a click ends a touch once no second tap can follow", {press(0, 100, 200), release(0.1, 100, 200), wait(0.44)}, {}},
+        {"a click ends a touch once no second tap can follow",
+         {press(0, 100, 200), release(0.1, 100, 200), wait(0.44)},
+         {}},
         {"... and then it arrives", {press(0, 100, 200), release(0.1, 100, 200), wait(0.45)}, {"touch 100,200"}},
         {"a double click is a double tap and no touch end",
          {press(0, 100, 200), release(0.1, 100, 200), press(0.3, 104, 203), release(0.4, 104, 203), wait(2)},
@@ -85,13 +93,17 @@ TEST(InputMapping, MouseBecomesTheControllersEvents) {
          {press(0, 100, 200), release(0.1, 100, 200), press(0.2, 150, 200), release(0.25, 150, 200), wait(2)},
          {"touch 100,200", "touch 150,200"}},
         {"a drag pans from the moment it leaves 10 points, with no touch end",
-         {press(0, 100, 200), move(0.05, 105, 200), move(0.1, 115, 200), move(0.2, 130, 210), release(0.3, 130, 210), wait(2)},
+         {press(0, 100, 200), move(0.05, 105, 200), move(0.1, 115, 200), move(0.2, 130, 210), release(0.3, 130, 210),
+          wait(2)},
          {"pan began 115,200 15 0", "pan changed 130,210 30 10", "pan ended 130,210 30 10"}},
         {"a press held 0.5 s is a long press, moving or not",
-         {press(0, 100, 200), wait(0.49), wait(0.5), move(0.6, 103, 200), move(0.7, 140, 200), release(0.8, 140, 200), wait(2)},
-         {"longpress began 100,200", "longpress changed 103,200", "longpress changed 140,200", "longpress ended 140,200"}},
+         {press(0, 100, 200), wait(0.49), wait(0.5), move(0.6, 103, 200), move(0.7, 140, 200), release(0.8, 140, 200),
+          wait(2)},
+         {"longpress began 100,200", "longpress changed 103,200", "longpress changed 140,200",
+          "longpress ended 140,200"}},
         {"a press released at 0.5 s is a long press already",
-         {press(0, 100, 200), release(0.5, 100, 200), wait(2)}, {"longpress began 100,200", "longpress ended 100,200"}},
+         {press(0, 100, 200), release(0.5, 100, 200), wait(2)},
+         {"longpress began 100,200", "longpress ended 100,200"}},
         {"a drag before 0.5 s is a pan, never a long press",
          {press(0, 100, 200), move(0.4, 120, 200), wait(1), release(1.1, 120, 200)},
          {"pan began 120,200 20 0", "pan ended 120,200 20 0"}},
@@ -99,21 +111,24 @@ TEST(InputMapping, MouseBecomesTheControllersEvents) {
          {press(0, 100, 200), release(0.1, 100, 200), press(0.2, 100, 200), wait(0.7), release(0.8, 100, 200), wait(2)},
          {"touch 100,200", "longpress began 100,200", "longpress ended 100,200"}},
         {"a dragged second press fails the double tap before the pan begins",
-         {press(0, 100, 200), release(0.1, 100, 200), press(0.2, 100, 200), move(0.3, 100, 230), release(0.4, 100, 230)},
+         {press(0, 100, 200), release(0.1, 100, 200), press(0.2, 100, 200), move(0.3, 100, 230),
+          release(0.4, 100, 230)},
          {"touch 100,200", "pan began 100,230 0 30", "pan ended 100,230 0 30"}},
         {"a right drag rotates about the press, clockwise to the right",
          {press(0, 200, 400, Button::right), move(0.1, 205, 400), move(0.2, 215, 400), move(0.3, 230, 400),
           release(0.4, 230, 400, Button::right), wait(2)},
          {"rotate began 200,400 0.15", "rotate changed 200,400 0.3", "rotate ended 200,400 0.3"}},
         {"a left release does not end a right drag",
-         {press(0, 200, 400, Button::right), move(0.1, 220, 400), release(0.2, 220, 400), wait(1)}, {"rotate began 200,400 0.2"}},
+         {press(0, 200, 400, Button::right), move(0.1, 220, 400), release(0.2, 220, 400), wait(1)},
+         {"rotate began 200,400 0.2"}},
         {"Ctrl and a drag up pinches open about the press",
          {press(0, 200, 400, Button::left, true), move(0.1, 200, 397), move(0.2, 200, 370), move(0.3, 200, 430),
           release(0.4, 200, 430)},
          {"pinch began 200,400 " + formatNumber(std::exp(0.2)), "pinch changed 200,400 " + formatNumber(std::exp(-0.2)),
           "pinch ended 200,400 " + formatNumber(std::exp(-0.2))}},
         {"two fingers that make no gesture end their touches at once",
-         {press(0, 200, 400, Button::left, true), release(0.1, 200, 400)}, {"touch 140,400"}},
+         {press(0, 200, 400, Button::left, true), release(0.1, 200, 400)},
+         {"touch 140,400"}},
         {"the wheel pinches: the first notch starts, each further one changes, a pause ends",
          {wheel(0, 200, 400, 1), wheel(0.1, 200, 400, 1), wheel(0.2, 200, 400, -1), wait(0.49), wait(0.5)},
          {"pinch began 200,400 1.1", "pinch changed 200,400 1.21", "pinch changed 200,400 1.1",
@@ -130,7 +145,8 @@ TEST(InputMapping, MouseBecomesTheControllersEvents) {
         SCOPED_TRACE(c.name);
         auto got = play(c.steps);
         ASSERT_EQ(got.size(), c.expected.size()) << (got.empty() ? "" : got.front());
-        for (std::size_t i = 0; i < got.size(); ++i) EXPECT_TRUE(sameLine(got[i], c.expected[i])) << got[i] << " vs " << c.expected[i];
+        for (std::size_t i = 0; i < got.size(); ++i)
+            EXPECT_TRUE(sameLine(got[i], c.expected[i])) << got[i] << " vs " << c.expected[i];
     }
 }
 
@@ -152,5 +168,5 @@ TEST(InputMapping, NumbersReadBackExactly) {
     EXPECT_EQ(formatPoint({195, 422.5}), "195,422.5");
 }
 
-} // namespace
-} // namespace orrery::window
+}  // namespace
+}  // namespace orrery::window

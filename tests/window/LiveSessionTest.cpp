@@ -107,7 +107,8 @@ TEST(LiveSession, RecordingReplaysToTheSameDumps) {
     const auto& lines = s.history();
     for (const char* expected :
          {"camera ", "touch ", "pan changed ", "pinch changed ", "rotate changed ", "doubletap ", "snapshot ", "dump"})
-        EXPECT_TRUE(std::ranges::any_of(lines, [&](const std::string& l) { return l.starts_with(expected); })) << expected;
+        EXPECT_TRUE(std::ranges::any_of(lines, [&](const std::string& l) { return l.starts_with(expected); }))
+            << expected;
     ASSERT_EQ(live.printed.size(), 2u);
     EXPECT_EQ(nlohmann::json::parse(live.printed[0])["selectedBody"], 6);  // Mars, from its button
     auto final = nlohmann::json::parse(live.printed[1]);
@@ -167,7 +168,8 @@ protected:
         return running;
     }
     SDL_Event button(bool down, int x, int y, Uint8 which = SDL_BUTTON_LEFT) {
-        return {.button = {.type = Uint32(down ? SDL_MOUSEBUTTONDOWN : SDL_MOUSEBUTTONUP), .button = which, .x = x, .y = y}};
+        return {.button = {
+                    .type = Uint32(down ? SDL_MOUSEBUTTONDOWN : SDL_MOUSEBUTTONUP), .button = which, .x = x, .y = y}};
     }
     SDL_Event motion(int x, int y, int dx = 0, int dy = 0) {
         return {.motion = {.type = SDL_MOUSEMOTION, .x = x, .y = y, .xrel = dx, .yrel = dy}};
@@ -242,5 +244,5 @@ TEST_F(SdlEvents, MouseAndKeysBecomeScenarioLines) {
     EXPECT_FALSE(send(key(true, SDLK_ESCAPE), 8.0));
 }
 
-} // namespace
-} // namespace orrery::window
+}  // namespace
+}  // namespace orrery::window

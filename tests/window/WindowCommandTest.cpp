@@ -51,4 +51,4 @@ TEST(WindowCommand, RecordsWhatReplaysHeadless) {
     EXPECT_EQ(runSim(dir, {"--record", record.string()}).status, 2);  // --record needs --window
 }
 
-} // namespace
+}  // namespace

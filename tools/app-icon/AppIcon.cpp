@@ -83,7 +83,7 @@ Colour shade(const Texture& earth, const Texture& stars, double x, double y) {
     return {surface[0] * light + rim * 0.3, surface[1] * light + rim * 0.55, surface[2] * light + rim};
 }
 
-} // namespace
+}  // namespace
 
 int main(int argc, char** argv) {
     if (argc != 3) {

@@ -35,7 +35,7 @@ namespace {
 
 using namespace collada;
 
-constexpr int kMaxControllerChain = 8;           // skins of morphs of ...
+constexpr int kMaxControllerChain = 8;  // skins of morphs of ...
 constexpr std::size_t kMaxListedWarnings = 100;
 constexpr std::uint32_t kMaxStride = 1024;
 constexpr std::uint32_t kNone = std::numeric_limits<std::uint32_t>::max();
@@ -73,7 +73,8 @@ public:
     std::size_t line(std::ptrdiff_t offset) const {
         if (offset < 0) return 0;
         return static_cast<std::size_t>(std::upper_bound(newlines_.begin(), newlines_.end(), std::size_t(offset)) -
-                                        newlines_.begin()) + 1;
+                                        newlines_.begin()) +
+               1;
     }
 
 private:
@@ -386,7 +387,8 @@ private:
     /// Composes the node's transform elements in document order (a top-level node also gets
     /// the document's axis and unit conversion) and gives the node the result. False when the
     /// file is refused; `contents` becomes the inner node of a sheared transform.
-    bool applyTransform(const pugi::xml_node& element, int depth, MemoryNode& node, std::shared_ptr<MemoryNode>& contents) {
+    bool applyTransform(const pugi::xml_node& element, int depth, MemoryNode& node,
+                        std::shared_ptr<MemoryNode>& contents) {
         Matrix total;
         bool any = false;
         std::string why;
@@ -427,7 +429,8 @@ private:
     /// Material symbols bound by an instance_geometry or instance_controller.
     static std::unordered_map<std::string_view, std::string_view> materialBindings(const pugi::xml_node& instance) {
         std::unordered_map<std::string_view, std::string_view> bindings;
-        for (const auto& bound : instance.child("bind_material").child("technique_common").children("instance_material"))
+        for (const auto& bound :
+             instance.child("bind_material").child("technique_common").children("instance_material"))
             bindings.emplace(bound.attribute("symbol").value(), localTarget(bound.attribute("target").value()));
         return bindings;
     }
@@ -444,7 +447,8 @@ private:
         Matrix bindShape;
         for (int link = 0; controller; ++link) {
             if (link == kMaxControllerChain) {
-                warn(controller, "controllers chained more than " + std::to_string(kMaxControllerChain) + " deep; left out");
+                warn(controller,
+                     "controllers chained more than " + std::to_string(kMaxControllerChain) + " deep; left out");
                 return nullptr;
             }
             pugi::xml_node target = controller.child("skin");
@@ -508,8 +512,8 @@ private:
         mesh.computeBounds();
     }
 
-    std::shared_ptr<MemoryMeshGeometry> buildMesh(const pugi::xml_node& geometry,
-                                                  const std::unordered_map<std::string_view, std::string_view>& bindings) {
+    std::shared_ptr<MemoryMeshGeometry>
+    buildMesh(const pugi::xml_node& geometry, const std::unordered_map<std::string_view, std::string_view>& bindings) {
         pugi::xml_node mesh = geometry.child("mesh");
         if (!mesh) {
             const pugi::xml_node convex = geometry.child("convex_mesh");
@@ -590,7 +594,8 @@ private:
         const auto count = unsignedAttribute(acc, "count", 0);
         const auto stride = unsignedAttribute(acc, "stride", 1);
         const auto offset = unsignedAttribute(acc, "offset", 0);
-        if (!count || !stride || !offset) return noAccessor(acc, "the <accessor> of " + quoted(id) + " has a malformed count, stride or offset");
+        if (!count || !stride || !offset)
+            return noAccessor(acc, "the <accessor> of " + quoted(id) + " has a malformed count, stride or offset");
         result.count = *count;
         result.stride = *stride;
         result.offset = *offset;
@@ -613,15 +618,16 @@ private:
         result.components = anyParam ? named : static_cast<int>(std::min<std::uint32_t>(result.stride, wanted));
         if (result.components < least)
             return noAccessor(acc, "the <accessor> of " + quoted(id) + " has " + std::to_string(result.components) +
-                                 " components, " + std::to_string(least) + " needed");
+                                       " components, " + std::to_string(least) + " needed");
         std::uint32_t highest = 0;
         for (int k = 0; k < result.components; ++k) highest = std::max(highest, result.slots[k]);
         if (highest >= result.stride)
             return noAccessor(acc, "the <accessor> of " + quoted(id) + " has more components than its stride");
-        const std::uint64_t last = std::uint64_t(result.offset) + std::uint64_t(result.count - 1) * result.stride + highest;
+        const std::uint64_t last =
+            std::uint64_t(result.offset) + std::uint64_t(result.count - 1) * result.stride + highest;
         if (last >= values.size())
-            return noAccessor(acc, "the <accessor> of " + quoted(id) + " reaches number " + std::to_string(last + 1) + " of " +
-                                 std::to_string(values.size()));
+            return noAccessor(acc, "the <accessor> of " + quoted(id) + " reaches number " + std::to_string(last + 1) +
+                                       " of " + std::to_string(values.size()));
         return &accessors_.emplace(key, result).first->second;
     }
 
@@ -636,7 +642,9 @@ private:
         // An unreadable normal or texture source leaves out only that attribute.
         auto optional = [&](const char* what, std::string_view source, int wanted, int least) {
             const Accessor* result = accessor(source, wanted, least);
-            if (!result) warn(problem_.at ? problem_.at : primitive, std::string(what) + " of " + tag(primitive) + " left out: " + problem_.what);
+            if (!result)
+                warn(problem_.at ? problem_.at : primitive,
+                     std::string(what) + " of " + tag(primitive) + " left out: " + problem_.what);
             return result;
         };
         for (const auto& input : primitive.children("input")) {
@@ -693,7 +701,8 @@ private:
             if (texcoords && key.t >= texcoords->count)
                 return fail(primitive, "texture coordinate index " + std::to_string(key.t) + " past the " +
                                            std::to_string(texcoords->count) + " texture coordinates");
-            return fail(primitive, "the mesh has more than " + std::to_string(notes_.limits.verticesPerMesh) + " vertices");
+            return fail(primitive,
+                        "the mesh has more than " + std::to_string(notes_.limits.verticesPerMesh) + " vertices");
         };
         auto addTriangle = [&](std::size_t a, std::size_t b, std::size_t c) { return add(a) && add(b) && add(c); };
         // A polygon of `n` corners from corner `first`, with holes after it (`sizes`: outline first).
@@ -711,7 +720,8 @@ private:
             triangles_.clear();
             triangulator_.triangulate(points_, sizes, WindingRule::odd, triangles_);
             for (std::size_t t = 0; t < triangles_.size(); t += 3)
-                if (!addTriangle(first + triangles_[t], first + triangles_[t + 1], first + triangles_[t + 2])) return false;
+                if (!addTriangle(first + triangles_[t], first + triangles_[t + 1], first + triangles_[t + 2]))
+                    return false;
             return true;
         };
         auto readIndices = [&](const pugi::xml_node& list, std::size_t expected) {
@@ -771,8 +781,8 @@ private:
             std::size_t count = corners / 3;
             if (*declared != kNone && *declared != count) {
                 warn(primitive, tag(primitive) + " count=\"" + std::to_string(*declared) + "\" but <p> holds " +
-                                    std::to_string(count) + " triangles; " + std::to_string(std::min<std::size_t>(count, *declared)) +
-                                    " read");
+                                    std::to_string(count) + " triangles; " +
+                                    std::to_string(std::min<std::size_t>(count, *declared)) + " read");
                 count = std::min<std::size_t>(count, *declared);
             }
             for (std::size_t t = 0; t < count; ++t)
@@ -810,12 +820,14 @@ private:
         else
             result->name = std::string(id);
 
-        const pugi::xml_node effect = byId(localTarget(material.child("instance_effect").attribute("url").value()), "effect");
+        const pugi::xml_node effect =
+            byId(localTarget(material.child("instance_effect").attribute("url").value()), "effect");
         const pugi::xml_node profile = effect.child("profile_COMMON");
         pugi::xml_node shading;
         for (const auto& child : profile.child("technique").children()) {
             const char* n = child.name();
-            if (!std::strcmp(n, "lambert") || !std::strcmp(n, "phong") || !std::strcmp(n, "blinn") || !std::strcmp(n, "constant")) {
+            if (!std::strcmp(n, "lambert") || !std::strcmp(n, "phong") || !std::strcmp(n, "blinn") ||
+                !std::strcmp(n, "constant")) {
                 shading = child;
                 break;
             }
@@ -828,7 +840,8 @@ private:
         } else if (const auto colour = diffuse.child("color")) {
             std::vector<float> rgba;
             if (parseFloats(colour.child_value(), rgba) && (rgba.size() == 3 || rgba.size() == 4))
-                result->diffuseProperty->contents = UIColor{rgba[0], rgba[1], rgba[2], rgba.size() == 4 ? rgba[3] : 1.0};
+                result->diffuseProperty->contents =
+                    UIColor{rgba[0], rgba[1], rgba[2], rgba.size() == 4 ? rgba[3] : 1.0};
         }
         materials_.emplace(id, result);
         return result;
@@ -836,7 +849,8 @@ private:
 
     /// Follows a texture reference (sampler → surface → image, or an image id directly)
     /// to the image file, resolved against the model's folder.
-    std::optional<std::string> imagePath(const pugi::xml_node& effect, const pugi::xml_node& profile, std::string_view reference) {
+    std::optional<std::string> imagePath(const pugi::xml_node& effect, const pugi::xml_node& profile,
+                                         std::string_view reference) {
         auto param = [&](std::string_view sid) -> pugi::xml_node {
             for (const auto& scope : {profile, effect})
                 for (const auto& p : scope.children("newparam"))
@@ -862,7 +876,8 @@ private:
             if (uri[i] == '%' && i + 2 < uri.size()) {
                 const char* const digits = uri.data() + i + 1;
                 unsigned byte = 0;
-                if (const auto [end, error] = std::from_chars(digits, digits + 2, byte, 16); error == std::errc() && end == digits + 2) {
+                if (const auto [end, error] = std::from_chars(digits, digits + 2, byte, 16);
+                    error == std::errc() && end == digits + 2) {
                     decoded += static_cast<char>(byte);
                     i += 2;
                     continue;
@@ -901,8 +916,9 @@ std::shared_ptr<MemoryScene> readDocument(pugi::xml_document& document, const pu
     }
     const pugi::xml_node root = document.document_element();
     if (std::strcmp(root.name(), "COLLADA") != 0) {
-        notes.error = Notes::Note{root ? root.offset_debug() : 0,
-                                  root ? "not a COLLADA document: its root element is " + tag(root) : "not a COLLADA document"};
+        notes.error =
+            Notes::Note{root ? root.offset_debug() : 0,
+                        root ? "not a COLLADA document: its root element is " + tag(root) : "not a COLLADA document"};
         return nullptr;
     }
     Reader reader(root, baseFolder, notes);
@@ -922,10 +938,10 @@ std::shared_ptr<MemoryScene> refuseFile(ModelReport* report, std::string message
     return nullptr;
 }
 
-} // namespace
+}  // namespace
 
-std::shared_ptr<MemoryScene> loadColladaFile(const std::filesystem::path& file,
-                                             ModelReport* report, const ModelLimits& limits) {
+std::shared_ptr<MemoryScene> loadColladaFile(const std::filesystem::path& file, ModelReport* report,
+                                             const ModelLimits& limits) {
     if (report) *report = {};
     // Plain descriptor calls: one path lookup per file, as model loading is mostly small files.
     const int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
@@ -935,7 +951,8 @@ std::shared_ptr<MemoryScene> loadColladaFile(const std::filesystem::path& file,
         ~Closer() { ::close(fd); }
     } closer{fd};
     struct stat info {};
-    if (::fstat(fd, &info) != 0) return refuseFile(report, std::string("cannot read the file: ") + std::strerror(errno));
+    if (::fstat(fd, &info) != 0)
+        return refuseFile(report, std::string("cannot read the file: ") + std::strerror(errno));
     if (!S_ISREG(info.st_mode)) return refuseFile(report, "not a regular file");
     if (info.st_size < 0 || static_cast<std::uintmax_t>(info.st_size) > limits.fileBytes)
         return refuseFile(report, "the file is larger than " + std::to_string(limits.fileBytes >> 20) + " MB");
@@ -977,4 +994,4 @@ std::shared_ptr<MemoryScene> loadColladaBytes(std::string_view bytes, const std:
     return scene;
 }
 
-} // namespace orrery::memory
+}  // namespace orrery::memory

@@ -59,4 +59,4 @@ std::shared_ptr<MemoryScene> loadColladaFile(const std::filesystem::path& file, 
 std::shared_ptr<MemoryScene> loadColladaBytes(std::string_view bytes, const std::filesystem::path& baseFolder,
                                               ModelReport* report = nullptr, const ModelLimits& limits = {});
 
-} // namespace orrery::memory
+}  // namespace orrery::memory

@@ -1,16 +1,17 @@
 #include "platform/memory/collada/ColladaNumbers.h"
 
+#include "platform/memory/text/Quoting.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <cstdio>
 #include <limits>
 
 namespace orrery::memory::collada {
 
 namespace {
 
-constexpr std::size_t kMaxQuoted = 24;         // bytes of a word quoted in a message
+constexpr std::size_t kMaxQuoted = 24;  // bytes of a word quoted in a message
 
 inline bool isSpace(char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
 inline bool isDigit(char c) { return static_cast<unsigned char>(c - '0') < 10; }
@@ -82,7 +83,7 @@ void startList(std::vector<Value>& out, std::size_t expected) {
     out.reserve(std::min(expected, kMaxReserve));
 }
 
-} // namespace
+}  // namespace
 
 bool parseFloats(const char* p, std::vector<float>& out, std::size_t expected, std::string* why, std::size_t most) {
     startList(out, expected);
@@ -101,7 +102,8 @@ bool parseFloats(const char* p, std::vector<float>& out, std::size_t expected, s
     }
 }
 
-bool parseIndices(const char* p, std::vector<std::uint32_t>& out, std::size_t expected, std::string* why, std::size_t most) {
+bool parseIndices(const char* p, std::vector<std::uint32_t>& out, std::size_t expected, std::string* why,
+                  std::size_t most) {
     startList(out, expected);
     while (true) {
         while (isSpace(*p)) ++p;
@@ -120,19 +122,8 @@ bool parseIndices(const char* p, std::vector<std::uint32_t>& out, std::size_t ex
 }
 
 std::string quoted(std::string_view word) {
-    std::string out = "\"";
-    for (std::size_t i = 0; i < word.size() && i < kMaxQuoted; ++i) {
-        const auto c = static_cast<unsigned char>(word[i]);
-        if (c >= 0x20 && c < 0x7f && c != '"' && c != '\\') {
-            out += static_cast<char>(c);
-        } else {
-            char escaped[8];
-            std::snprintf(escaped, sizeof escaped, "\\x%02X", c);
-            out += escaped;
-        }
-    }
-    if (word.size() > kMaxQuoted) out += "...";
-    return out + '"';
+    return memory::quoted(
+        word, {.mark = '"', .maxBytes = kMaxQuoted, .keepUtf8 = false, .doubleBackslash = false, .tellSize = false});
 }
 
-} // namespace orrery::memory::collada
+}  // namespace orrery::memory::collada

@@ -21,11 +21,11 @@ bool parseFloats(const char* text, std::vector<float>& out, std::size_t expected
                  std::size_t most = kMaxListValues);
 
 /// The same for unsigned 32-bit integers.
-bool parseIndices(const char* text, std::vector<std::uint32_t>& out, std::size_t expected = 0, std::string* why = nullptr,
-                  std::size_t most = kMaxListValues);
+bool parseIndices(const char* text, std::vector<std::uint32_t>& out, std::size_t expected = 0,
+                  std::string* why = nullptr, std::size_t most = kMaxListValues);
 
 /// A word of the file for a message: at most a short prefix, in double quotes, with
 /// bytes that are not printable ASCII written as \xNN.
 std::string quoted(std::string_view word);
 
-} // namespace orrery::memory::collada
+}  // namespace orrery::memory::collada

@@ -137,16 +137,16 @@ bool shears(const Matrix3d& a) {
     return false;
 }
 
-} // namespace
+}  // namespace
 
 TransformStep readTransformElement(const pugi::xml_node& element, Matrix& step, std::string& why) {
     const char* name = element.name();
-    const std::size_t expected = !std::strcmp(name, "matrix")                                ? 16
+    const std::size_t expected = !std::strcmp(name, "matrix")                                     ? 16
                                  : !std::strcmp(name, "translate") || !std::strcmp(name, "scale") ? 3
-                                 : !std::strcmp(name, "rotate")                                ? 4
-                                 : !std::strcmp(name, "lookat")                                ? 9
-                                 : !std::strcmp(name, "skew")                                  ? 7
-                                                                                               : 0;
+                                 : !std::strcmp(name, "rotate")                                   ? 4
+                                 : !std::strcmp(name, "lookat")                                   ? 9
+                                 : !std::strcmp(name, "skew")                                     ? 7
+                                                                                                  : 0;
     if (expected == 0) return TransformStep::none;
     std::vector<double> v;
     {
@@ -253,4 +253,4 @@ Placement placeNode(const Matrix& m, MemoryNode& node, std::shared_ptr<MemoryNod
     return Placement::sheared;
 }
 
-} // namespace orrery::memory::collada
+}  // namespace orrery::memory::collada

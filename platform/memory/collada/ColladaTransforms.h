@@ -52,4 +52,4 @@ enum class Placement {
 /// scale and the rotation of a new unnamed node, `inner`, that the node's contents hang under.
 Placement placeNode(const Matrix& m, MemoryNode& node, std::shared_ptr<MemoryNode>& inner);
 
-} // namespace orrery::memory::collada
+}  // namespace orrery::memory::collada

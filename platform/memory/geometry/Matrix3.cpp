@@ -56,4 +56,4 @@ std::optional<Matrix3d> inverse(const Matrix3d& m, double smallest) {
     return inv;
 }
 
-} // namespace orrery::memory
+}  // namespace orrery::memory

@@ -41,4 +41,4 @@ Matrix3d adjugate(const Matrix3d& m);
 /// The inverse, or nothing where the determinant is not a finite number above `smallest` in size.
 std::optional<Matrix3d> inverse(const Matrix3d& m, double smallest);
 
-} // namespace orrery::memory
+}  // namespace orrery::memory

@@ -17,8 +17,7 @@ Point newellNormal(std::span<const Point> outline) {
     for (std::size_t i = 0; i < outline.size(); ++i) {
         const Point& a = outline[i];
         const Point& b = outline[(i + 1) % outline.size()];
-        n = {n[0] + (a[1] - b[1]) * (a[2] + b[2]),
-             n[1] + (a[2] - b[2]) * (a[0] + b[0]),
+        n = {n[0] + (a[1] - b[1]) * (a[2] + b[2]), n[1] + (a[2] - b[2]) * (a[0] + b[0]),
              n[2] + (a[0] - b[0]) * (a[1] + b[1])};
     }
     return n;
@@ -28,9 +27,9 @@ Point newellNormal(std::span<const Point> outline) {
 struct Output {
     std::vector<std::uint32_t>* triangles;
     std::size_t before;
-    std::size_t pointCount;               ///< corners given; crossing points are numbered after them
-    std::vector<Point>* crossings;        ///< where crossing points go, or null
-    std::size_t crossingsBefore;          ///< what `crossings` held before this polygon
+    std::size_t pointCount;         ///< corners given; crossing points are numbered after them
+    std::vector<Point>* crossings;  ///< where crossing points go, or null
+    std::size_t crossingsBefore;    ///< what `crossings` held before this polygon
     bool failed = false;
 };
 
@@ -46,7 +45,8 @@ void onCombine(GLdouble coords[3], void* sources[4], GLfloat weights[4], void** 
     if (out.crossings) {
         // A new corner, numbered after the given ones (vertex data is the number plus one).
         out.crossings->push_back({coords[0], coords[1], coords[2]});
-        *result = reinterpret_cast<void*>(static_cast<std::uintptr_t>(out.pointCount + out.crossings->size() - out.crossingsBefore));
+        *result = reinterpret_cast<void*>(
+            static_cast<std::uintptr_t>(out.pointCount + out.crossings->size() - out.crossingsBefore));
         return;
     }
     // The nearest existing corner stands in, so that no new vertex is needed.
@@ -66,9 +66,11 @@ void fan(std::size_t corners, std::vector<std::uint32_t>& triangles) {
     }
 }
 
-} // namespace
+}  // namespace
 
-void PolygonTriangulator::TessellatorDeleter::operator()(GLUtesselator* tessellator) const { gluDeleteTess(tessellator); }
+void PolygonTriangulator::TessellatorDeleter::operator()(GLUtesselator* tessellator) const {
+    gluDeleteTess(tessellator);
+}
 
 bool PolygonTriangulator::isConvex(std::span<const Point> outline) {
     const Point n = newellNormal(outline);
@@ -136,4 +138,4 @@ void PolygonTriangulator::triangulate(std::span<const Point> points, std::span<c
     }
 }
 
-} // namespace orrery::memory
+}  // namespace orrery::memory

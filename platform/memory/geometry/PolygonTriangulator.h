@@ -14,8 +14,8 @@ namespace orrery::memory {
 
 /// Which regions of overlapping contours are inside.
 enum class WindingRule {
-    odd,     ///< inside an odd number of contours: holes of model outlines, whatever their direction
-    nonZero, ///< inside where the contours' turns do not cancel: glyph outlines, holes wound the other way
+    odd,      ///< inside an odd number of contours: holes of model outlines, whatever their direction
+    nonZero,  ///< inside where the contours' turns do not cancel: glyph outlines, holes wound the other way
 };
 
 class PolygonTriangulator {
@@ -44,4 +44,4 @@ private:
     std::unique_ptr<GLUtesselator, TessellatorDeleter> tessellator_;
 };
 
-} // namespace orrery::memory
+}  // namespace orrery::memory

@@ -104,7 +104,8 @@ std::string scientificText(const Decimal& d) {
 /// `d` with `step` (+1 or -1) added to its last digit, renormalised.
 Decimal neighbour(const Decimal& d, int step) {
     const std::uint64_t next = std::stoull(d.digits) + static_cast<std::uint64_t>(step);
-    Decimal out{std::to_string(next), d.exponent + static_cast<int>(std::to_string(next).size()) - static_cast<int>(d.digits.size())};
+    Decimal out{std::to_string(next),
+                d.exponent + static_cast<int>(std::to_string(next).size()) - static_cast<int>(d.digits.size())};
     while (out.digits.size() > 1 && out.digits.back() == '0') out.digits.pop_back();
     return out;
 }
@@ -123,7 +124,8 @@ Decimal shortestDecimal(T value) {
             if (isDigit(*p)) rounded.digits += *p;
         if (count == kMostDigits) return rounded;
         for (const Decimal& candidate : {rounded, neighbour(rounded, -1), neighbour(rounded, 1)})
-            if (static_cast<int>(candidate.digits.size()) <= count && readsBack(scientificText(candidate).c_str(), value))
+            if (static_cast<int>(candidate.digits.size()) <= count &&
+                readsBack(scientificText(candidate).c_str(), value))
                 return candidate;
     }
 }
@@ -166,7 +168,7 @@ std::to_chars_result write(char* first, char* last, T value) {
     return {first + text.size(), std::errc()};
 }
 
-} // namespace
+}  // namespace
 
 std::from_chars_result readNumber(const char* first, const char* last, double& value, std::chars_format format) {
     return read(first, last, value, format);
@@ -177,7 +179,7 @@ std::from_chars_result readNumber(const char* first, const char* last, float& va
 std::to_chars_result writeNumber(char* first, char* last, double value) { return write(first, last, value); }
 std::to_chars_result writeNumber(char* first, char* last, float value) { return write(first, last, value); }
 
-} // namespace portable
+}  // namespace portable
 
 #if defined(__cpp_lib_to_chars)
 std::from_chars_result readNumber(const char* first, const char* last, double& value, std::chars_format format) {
@@ -195,8 +197,12 @@ std::from_chars_result readNumber(const char* first, const char* last, double& v
 std::from_chars_result readNumber(const char* first, const char* last, float& value, std::chars_format format) {
     return portable::readNumber(first, last, value, format);
 }
-std::to_chars_result writeNumber(char* first, char* last, double value) { return portable::writeNumber(first, last, value); }
-std::to_chars_result writeNumber(char* first, char* last, float value) { return portable::writeNumber(first, last, value); }
+std::to_chars_result writeNumber(char* first, char* last, double value) {
+    return portable::writeNumber(first, last, value);
+}
+std::to_chars_result writeNumber(char* first, char* last, float value) {
+    return portable::writeNumber(first, last, value);
+}
 #endif
 
-} // namespace orrery::numbers
+}  // namespace orrery::numbers

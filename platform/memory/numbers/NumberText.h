@@ -41,6 +41,6 @@ std::from_chars_result readNumber(const char* first, const char* last, double& v
 std::from_chars_result readNumber(const char* first, const char* last, float& value, std::chars_format format);
 std::to_chars_result writeNumber(char* first, char* last, double value);
 std::to_chars_result writeNumber(char* first, char* last, float value);
-} // namespace portable
+}  // namespace portable
 
-} // namespace orrery::numbers
+}  // namespace orrery::numbers

@@ -22,7 +22,8 @@ public:
     virtual ~CallRecorder() = default;
     /// One platform call: `op` as the platform writes it ("setScale:"), `target` the receiving
     /// node's name where it has one.
-    virtual void recordCall(const char* op, const std::optional<std::string>& target, std::initializer_list<CallArg> args) = 0;
+    virtual void recordCall(const char* op, const std::optional<std::string>& target,
+                            std::initializer_list<CallArg> args) = 0;
 };
 
-} // namespace orrery::memory
+}  // namespace orrery::memory

@@ -13,7 +13,9 @@ using Vec = Vector3d;
 
 Vec toVec(SCNVector3 v) { return {static_cast<double>(v.x), static_cast<double>(v.y), static_cast<double>(v.z)}; }
 
-SCNVector3 toVector3(const Vec& v) { return {static_cast<float>(v[0]), static_cast<float>(v[1]), static_cast<float>(v[2])}; }
+SCNVector3 toVector3(const Vec& v) {
+    return {static_cast<float>(v[0]), static_cast<float>(v[1]), static_cast<float>(v[2])};
+}
 
 /// Rows of the camera's orientation: yaw about y, then pitch about the turned x axis.
 Matrix3d cameraBasis(const SimulatedCamera& camera) {
@@ -28,7 +30,7 @@ double focalLength(const SimulatedCamera& camera) {
     return (camera.viewport.height / 2.0) / std::tan(camera.verticalFieldOfView / 2.0);
 }
 
-} // namespace
+}  // namespace
 
 simd_float4x4 SimulatedCamera::transform() const {
     const Matrix3d r = cameraBasis(*this);
@@ -42,7 +44,8 @@ simd_float4x4 SimulatedCamera::transform() const {
 void SimulatedCamera::rayThrough(CGPoint point, SCNVector3& origin, SCNVector3& direction) const {
     const double f = focalLength(*this);
     // Camera space: x right, y up, looking along -z; view points have y down.
-    Vec world = times(cameraBasis(*this), {(point.x - viewport.width / 2.0) / f, -(point.y - viewport.height / 2.0) / f, -1.0});
+    Vec world =
+        times(cameraBasis(*this), {(point.x - viewport.width / 2.0) / f, -(point.y - viewport.height / 2.0) / f, -1.0});
     makeUnit(world);
     origin = position;
     direction = toVector3(world);
@@ -88,4 +91,4 @@ std::vector<SCNVector3> SimulatedRoom::intersect(SCNVector3 origin, SCNVector3 d
     return points;
 }
 
-} // namespace orrery::memory
+}  // namespace orrery::memory

@@ -14,9 +14,9 @@ namespace orrery::memory {
 /// The simulated device camera: a pose and a pinhole projection onto the view.
 struct SimulatedCamera {
     SCNVector3 position{0, 0, 0};
-    float yaw = 0;    ///< radians; positive turns left (counter-clockwise seen from above)
-    float pitch = 0;  ///< radians; positive tilts up
-    CGSize viewport{390, 844};               ///< the view in points (portrait phone)
+    float yaw = 0;              ///< radians; positive turns left (counter-clockwise seen from above)
+    float pitch = 0;            ///< radians; positive tilts up
+    CGSize viewport{390, 844};  ///< the view in points (portrait phone)
     double verticalFieldOfView = 1.0471975511965976;  ///< radians (60 degrees)
 
     /// Orientation matrix: yaw about y, then pitch about x.
@@ -31,9 +31,9 @@ struct SimulatedCamera {
 
 /// A horizontal rectangle of the simulated room on which feature points are detected.
 struct RoomSurface {
-    float height{};         ///< y of the surface
-    float minX{}, maxX{};   ///< extent in x
-    float minZ{}, maxZ{};   ///< extent in z
+    float height{};        ///< y of the surface
+    float minX{}, maxX{};  ///< extent in x
+    float minZ{}, maxZ{};  ///< extent in z
 };
 
 /// The room the session tracks: a floor 1.4 m below the starting device and some furniture tops.
@@ -54,4 +54,4 @@ struct SceneFrame {
     std::vector<simd_float4x4> anchors;
 };
 
-} // namespace orrery::memory
+}  // namespace orrery::memory

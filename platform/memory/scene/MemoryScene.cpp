@@ -117,7 +117,6 @@ double leafDuration(const SCNAction& leaf) {
     return leaf.duration > 0 && std::isfinite(leaf.duration) ? leaf.duration : 0.0;
 }
 
-
 /// A node as an argument: its name, or null.
 CallArg nodeArg(const SCNNode* node) {
     const auto* memoryNode = dynamic_cast<const MemoryNode*>(node);
@@ -125,7 +124,7 @@ CallArg nodeArg(const SCNNode* node) {
     return *memoryNode->nodeName;
 }
 
-} // namespace
+}  // namespace
 
 std::optional<TextFont> textFont(const std::optional<UIFont>& font) {
     if (!font) return std::nullopt;
@@ -147,8 +146,7 @@ void MemoryMaterialProperty::setContents(const UIColor& colour) {
 
 MemoryMaterial::MemoryMaterial(std::shared_ptr<CallRecorder> log)
     : diffuseProperty(std::make_shared<MemoryMaterialProperty>(log)),
-      specularProperty(std::make_shared<MemoryMaterialProperty>(log)),
-      log_(std::move(log)) {}
+      specularProperty(std::make_shared<MemoryMaterialProperty>(log)), log_(std::move(log)) {}
 
 std::shared_ptr<SCNMaterialProperty> MemoryMaterial::diffuse() {
     if (log_) log_->recordCall("diffuse", std::nullopt, {});
@@ -189,8 +187,8 @@ void MemoryMeshGeometry::computeBounds() {
 }
 
 MemoryTextGeometry::MemoryTextGeometry(std::shared_ptr<CallRecorder> log, std::string string, double extrusionDepth)
-    : string(std::move(string)), extrusionDepth(extrusionDepth),
-      material(std::make_shared<MemoryMaterial>(log)), log_(std::move(log)) {}
+    : string(std::move(string)), extrusionDepth(extrusionDepth), material(std::make_shared<MemoryMaterial>(log)),
+      log_(std::move(log)) {}
 
 SCNBoundingBox MemoryTextGeometry::boundingBox() const {
     // The box of the glyph outlines the renderer draws, from the same layout.
@@ -204,8 +202,7 @@ std::shared_ptr<SCNMaterial> MemoryTextGeometry::firstMaterial() {
 }
 
 void MemoryTextGeometry::setFont(const std::optional<UIFont>& newFont) {
-    if (log_)
-        log_->recordCall("setFont:", std::nullopt, {newFont ? CallArg(*newFont) : CallArg(nullptr)});
+    if (log_) log_->recordCall("setFont:", std::nullopt, {newFont ? CallArg(*newFont) : CallArg(nullptr)});
     font = newFont;
 }
 
@@ -423,8 +420,8 @@ SCNVector4 MemoryNode::spanned(const SCNAction& leaf, double fromRuns, double to
         const double m = leaf.factor > 0 && std::isfinite(leaf.factor)
                              ? std::pow(leaf.factor, toRuns - fromRuns)
                              : std::pow(leaf.factor, std::floor(toRuns) - std::floor(fromRuns));
-        return {static_cast<float>(d(start.x) * m), static_cast<float>(d(start.y) * m), static_cast<float>(d(start.z) * m),
-                0};
+        return {static_cast<float>(d(start.x) * m), static_cast<float>(d(start.y) * m),
+                static_cast<float>(d(start.z) * m), 0};
     }
     case SCNAction::Type::moveBy: {
         const double amount = toRuns - fromRuns;
@@ -642,4 +639,4 @@ void MemoryScene::adoptLog(const std::shared_ptr<CallRecorder>& log) {
     root_->adoptLog(log);
 }
 
-} // namespace orrery::memory
+}  // namespace orrery::memory

@@ -290,4 +290,4 @@ std::shared_ptr<MemoryNode> asMemory(const std::shared_ptr<SCNNode>& node);
 /// The font a text geometry's layout uses (platform/memory/text/TextLayout.h).
 std::optional<TextFont> textFont(const std::optional<UIFont>& font);
 
-} // namespace orrery::memory
+}  // namespace orrery::memory

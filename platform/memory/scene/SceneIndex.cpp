@@ -19,21 +19,17 @@ bool hittable(const SCNBoundingBox& box) {
 /// The world box around `box` placed by `world`, rounded outward a little so that the
 /// precise test in the node's own space never meets a point outside it; nothing if not finite.
 std::optional<WorldBox> worldBoxOf(const simd_float4x4& world, const SCNBoundingBox& box) {
-    const double lo[3] = {box.min.x, box.min.y, box.min.z}, hi[3] = {box.max.x, box.max.y, box.max.z};
+    const SCNBoundingBox placed = transformedBox(world, box);
+    const float lo[3] = {placed.min.x, placed.min.y, placed.min.z}, hi[3] = {placed.max.x, placed.max.y, placed.max.z};
     WorldBox out;
-    for (int row = 0; row < 3; ++row) {
-        double centre = static_cast<double>(world.columns[3][row]), extent = 0;
-        for (int col = 0; col < 3; ++col) {
-            const double m = static_cast<double>(world.columns[col][row]);
-            centre += m * (lo[col] + hi[col]) / 2;
-            extent += std::abs(m) * (hi[col] - lo[col]) / 2;
-        }
-        const double pad = 1e-5 * (std::abs(centre) + extent) + 1e-7;
-        const double low = centre - extent - pad, high = centre + extent + pad;
-        if (!std::isfinite(low) || !std::isfinite(high) || std::abs(low) > 1e30 || std::abs(high) > 1e30)
+    for (std::size_t axis = 0; axis < 3; ++axis) {
+        const double low = lo[axis], high = hi[axis];
+        const double pad = 1e-5 * (std::abs(low + high) / 2 + (high - low) / 2) + 1e-7;
+        if (!std::isfinite(low - pad) || !std::isfinite(high + pad) || std::abs(low - pad) > 1e30 ||
+            std::abs(high + pad) > 1e30)
             return std::nullopt;
-        out.lo[static_cast<std::size_t>(row)] = static_cast<float>(low);
-        out.hi[static_cast<std::size_t>(row)] = static_cast<float>(high);
+        out.lo[axis] = static_cast<float>(low - pad);
+        out.hi[axis] = static_cast<float>(high + pad);
     }
     return out;
 }
@@ -55,9 +51,28 @@ void walk(MemoryNode& subtree, Visit&& visit) {
     for (const auto& child : subtree.children()) walk(*child, visit);
 }
 
-} // namespace
+}  // namespace
 
 // ---------------------------------------------------------------- boxes
+
+SCNBoundingBox transformedBox(const simd_float4x4& transform, const SCNBoundingBox& box) {
+    const auto& c = transform.columns;
+    SCNBoundingBox out;
+    for (int corner = 0; corner < 8; ++corner) {
+        const SCNVector3 p{corner & 1 ? box.max.x : box.min.x, corner & 2 ? box.max.y : box.min.y,
+                           corner & 4 ? box.max.z : box.min.z};
+        const SCNVector3 q{c[0][0] * p.x + c[1][0] * p.y + c[2][0] * p.z + c[3][0],
+                           c[0][1] * p.x + c[1][1] * p.y + c[2][1] * p.z + c[3][1],
+                           c[0][2] * p.x + c[1][2] * p.y + c[2][2] * p.z + c[3][2]};
+        if (corner == 0) {
+            out = {q, q};
+            continue;
+        }
+        out.min = {std::min(out.min.x, q.x), std::min(out.min.y, q.y), std::min(out.min.z, q.z)};
+        out.max = {std::max(out.max.x, q.x), std::max(out.max.y, q.y), std::max(out.max.z, q.z)};
+    }
+    return out;
+}
 
 bool WorldBox::contains(const WorldBox& inner) const {
     for (std::size_t axis = 0; axis < 3; ++axis)
@@ -389,4 +404,4 @@ void SceneIndex::candidates(const std::array<double, 3>& origin, const std::arra
     nodes.insert(nodes.end(), loose_.begin(), loose_.end());
 }
 
-} // namespace orrery::memory
+}  // namespace orrery::memory

@@ -3,6 +3,8 @@
 // hit test has to walk it: the nodes whose actions run, and a bounding-volume hierarchy over
 // the world-space boxes of its geometry.
 
+#include "platform/SceneKit.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -12,6 +14,11 @@
 namespace orrery::memory {
 
 class MemoryNode;
+
+/// The axis-aligned box, in the space `transform` maps into, around `box` placed by it: the box of
+/// its eight corners, each carried over in 32-bit floats. What the box tree keeps (padded) and
+/// what the simulator projects to find a node on the screen.
+SCNBoundingBox transformedBox(const simd_float4x4& transform, const SCNBoundingBox& box);
 
 /// An axis-aligned box in world space.
 struct WorldBox {
@@ -58,8 +65,8 @@ private:
     struct Entry {
         WorldBox box;
         Id parent = none, left = none, right = none;
-        std::int32_t height = 0;       ///< 0 for a leaf
-        MemoryNode* owner = nullptr;   ///< leaves only
+        std::int32_t height = 0;      ///< 0 for a leaf
+        MemoryNode* owner = nullptr;  ///< leaves only
     };
 
     /// A free entry, from the free chain or appended.
@@ -142,4 +149,4 @@ private:
 
 static_assert(!std::is_copy_constructible_v<SceneIndex>);
 
-} // namespace orrery::memory
+}  // namespace orrery::memory

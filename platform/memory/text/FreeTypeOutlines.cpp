@@ -47,7 +47,8 @@ private:
         if (FcPattern* font = FcFontMatch(nullptr, pattern, &outcome)) {
             FcChar8* file = nullptr;
             int index = 0;
-            if (FcPatternGetString(font, FC_FILE, 0, &file) == FcResultMatch) result.first = reinterpret_cast<const char*>(file);
+            if (FcPatternGetString(font, FC_FILE, 0, &file) == FcResultMatch)
+                result.first = reinterpret_cast<const char*>(file);
             if (FcPatternGetInteger(font, FC_INDEX, 0, &index) == FcResultMatch) result.second = index;
             FcPatternDestroy(font);
         }
@@ -79,7 +80,8 @@ struct OutlineWalk {
     /// Adds a Bezier curve (control points c, ending at `to`) as segments within the flatness.
     void curve(std::vector<Point> c, int depth = 0) {
         double worst = 0;
-        for (std::size_t i = 1; i + 1 < c.size(); ++i) worst = std::max(worst, distanceToChord(c[i], c.front(), c.back()));
+        for (std::size_t i = 1; i + 1 < c.size(); ++i)
+            worst = std::max(worst, distanceToChord(c[i], c.front(), c.back()));
         if (worst <= kTextFlatness || depth > 10) {
             contours->back().push_back(c.back());
             return;
@@ -143,7 +145,8 @@ char32_t nextCodePoint(const std::string& s, std::size_t& i) {
     return cp;
 }
 
-std::shared_ptr<TextLayout> computeLayout(FaceCache& cache, const std::string& text, const std::optional<TextFont>& font) {
+std::shared_ptr<TextLayout> computeLayout(FaceCache& cache, const std::string& text,
+                                          const std::optional<TextFont>& font) {
     auto layout = std::make_shared<TextLayout>();
     const double size = font ? font->size : kDefaultTextSize;
     FT_Face face = cache.faceFor(font ? font->name : std::string("Helvetica"), layout->fontFile);
@@ -152,7 +155,8 @@ std::shared_ptr<TextLayout> computeLayout(FaceCache& cache, const std::string& t
     OutlineWalk walk;
     walk.scale = size / face->units_per_EM;
     walk.contours = &layout->contours;
-    const FT_Outline_Funcs funcs{&OutlineWalk::moveTo, &OutlineWalk::lineTo, &OutlineWalk::conicTo, &OutlineWalk::cubicTo, 0, 0};
+    const FT_Outline_Funcs funcs{
+        &OutlineWalk::moveTo, &OutlineWalk::lineTo, &OutlineWalk::conicTo, &OutlineWalk::cubicTo, 0, 0};
     const bool kerning = FT_HAS_KERNING(face);
     FT_UInt previous = 0;
     for (std::size_t i = 0; i < text.size();) {
@@ -166,7 +170,8 @@ std::shared_ptr<TextLayout> computeLayout(FaceCache& cache, const std::string& t
         const FT_UInt glyph = FT_Get_Char_Index(face, cp);
         if (kerning && previous && glyph) {
             FT_Vector delta{};
-            if (!FT_Get_Kerning(face, previous, glyph, FT_KERNING_UNSCALED, &delta)) walk.penX += walk.scale * double(delta.x);
+            if (!FT_Get_Kerning(face, previous, glyph, FT_KERNING_UNSCALED, &delta))
+                walk.penX += walk.scale * double(delta.x);
         }
         previous = glyph;
         if (FT_Load_Glyph(face, glyph, FT_LOAD_NO_SCALE | FT_LOAD_NO_HINTING | FT_LOAD_NO_BITMAP)) continue;
@@ -181,16 +186,17 @@ std::shared_ptr<TextLayout> computeLayout(FaceCache& cache, const std::string& t
             TextBox& box = layout->bounds;
             if (first) box = {{x, y, 0}, {x, y, 0}};
             first = false;
-            box = {{std::min(box.min[0], x), std::min(box.min[1], y), 0}, {std::max(box.max[0], x), std::max(box.max[1], y), 0}};
+            box = {{std::min(box.min[0], x), std::min(box.min[1], y), 0},
+                   {std::max(box.max[0], x), std::max(box.max[1], y), 0}};
         }
     return layout;
 }
 
-} // namespace
+}  // namespace
 
 std::shared_ptr<TextLayout> outlineText(const std::string& text, const std::optional<TextFont>& font) {
     static FaceCache faces;
     return computeLayout(faces, text, font);
 }
 
-} // namespace orrery::memory
+}  // namespace orrery::memory

@@ -16,4 +16,4 @@ namespace orrery::memory {
 /// contours. Called by layoutText, which caches the answers.
 std::shared_ptr<TextLayout> outlineText(const std::string& text, const std::optional<TextFont>& font);
 
-} // namespace orrery::memory
+}  // namespace orrery::memory

@@ -27,4 +27,4 @@ TextBox textBounds(const TextLayout& layout, double extrusionDepth) {
     return box;
 }
 
-} // namespace orrery::memory
+}  // namespace orrery::memory

@@ -16,7 +16,6 @@
 // Lines: one per line feed, left-aligned; the first line's baseline is y = 0, each further line
 // one line height (the face's ascender to descender plus gap) lower; x grows with the text.
 
-
 #include <array>
 #include <memory>
 #include <optional>
@@ -63,4 +62,4 @@ std::shared_ptr<const TextLayout> layoutText(const std::string& text, const std:
 /// centred on z = 0 (from -depth/2 to +depth/2); all zero when no glyph is visible.
 TextBox textBounds(const TextLayout& layout, double extrusionDepth);
 
-} // namespace orrery::memory
+}  // namespace orrery::memory

@@ -23,7 +23,9 @@ void extrudeText(const TextLayout& layout, double extrusionDepth, std::vector<st
     const auto corner = [&](std::uint32_t i) { return i < points.size() ? points[i] : crossings[i - points.size()]; };
 
     const float front = static_cast<float>(std::max(extrusionDepth, 0.0) / 2.0), back = -front;
-    const auto add = [&](double x, double y, float z) { corners.push_back({static_cast<float>(x), static_cast<float>(y), z}); };
+    const auto add = [&](double x, double y, float z) {
+        corners.push_back({static_cast<float>(x), static_cast<float>(y), z});
+    };
     for (std::size_t i = 0; i + 2 < triangles.size(); i += 3) {
         auto a = corner(triangles[i]), b = corner(triangles[i + 1]), c = corner(triangles[i + 2]);
         // Front faces counter-clockwise seen from +z, back faces seen from -z.
@@ -45,4 +47,4 @@ void extrudeText(const TextLayout& layout, double extrusionDepth, std::vector<st
         }
 }
 
-} // namespace orrery::memory
+}  // namespace orrery::memory

@@ -16,4 +16,4 @@ namespace orrery::memory {
 /// wind oppositely, as in font outlines.
 void extrudeText(const TextLayout& layout, double extrusionDepth, std::vector<std::array<float, 3>>& corners);
 
-} // namespace orrery::memory
+}  // namespace orrery::memory

@@ -17,7 +17,7 @@ constexpr double pi = std::numbers::pi;
 
 SCNVector3 xAxisOf(const MemoryNode& node) { return rotated(node.nodeRotation(), {1, 0, 0}); }
 
-} // namespace
+}  // namespace
 
 TEST(MemoryActions, KeysReplaceOrRunConcurrently) {
     auto node = MemoryNode::make();
@@ -83,7 +83,8 @@ TEST(MemoryActions, ASpinCutIntoFramesEndsWhereOneStepDoes) {
         auto framed = MemoryNode::make(), stepped = MemoryNode::make();
         platform.view->currentScene->root()->appendChild(framed);
         for (const auto& node : {framed, stepped})
-            node->runActionForKey(SCNAction::repeatActionForever(SCNAction::rotateByXYZDuration(0, 2 * pi, 0, 24)), "spin");
+            node->runActionForKey(SCNAction::repeatActionForever(SCNAction::rotateByXYZDuration(0, 2 * pi, 0, 24)),
+                                  "spin");
         platform.advance(c.seconds);
         stepped->advanceActions(c.seconds);
         SCOPED_TRACE(c.seconds);

@@ -18,7 +18,7 @@ std::vector<std::string> summary(const std::vector<PlatformCall>& calls) {
     return out;
 }
 
-} // namespace
+}  // namespace
 
 TEST(MemoryCallLog, RecordsEveryReadOfANode) {
     MemoryPlatform platform;
@@ -28,8 +28,8 @@ TEST(MemoryCallLog, RecordsEveryReadOfANode) {
     (void)earth->parentNode(), (void)earth->childNodes(), (void)earth->geometry();
     std::vector<std::string> reads;
     for (const auto& call : platform.log->takeNew()) reads.push_back(call.target.value_or("-") + " " + call.op);
-    EXPECT_EQ(reads, (std::vector<std::string>{"Earth name", "Earth position", "Earth scale", "Earth rotation", "Earth parentNode",
-                                               "Earth childNodes", "Earth geometry"}));
+    EXPECT_EQ(reads, (std::vector<std::string>{"Earth name", "Earth position", "Earth scale", "Earth rotation",
+                                               "Earth parentNode", "Earth childNodes", "Earth geometry"}));
 }
 
 TEST(MemoryCallLog, RecordsOperationsWithTargetsAndArguments) {
@@ -41,21 +41,23 @@ TEST(MemoryCallLog, RecordsOperationsWithTargetsAndArguments) {
     earth->setScale({0.1f, 0.1f, 0.1f});
     earth->setRotation({1, 0, 0, 0.7853981f});
     root->addChildNode(earth);
-    earth->runActionForKey(SCNAction::repeatActionForever(SCNAction::rotateByXYZDuration(0, 0.5, 0, 1)), "EarthAnimation");
+    earth->runActionForKey(SCNAction::repeatActionForever(SCNAction::rotateByXYZDuration(0, 0.5, 0, 1)),
+                           "EarthAnimation");
     platform.view->hitTestOptions({10, 20.5}, {{SCNHitTestBoundingBoxOnlyKey, true}});
     platform.sharedApplication().openURLOptionsCompletionHandler({"https://example.org/guide"}, {}, nullptr);
 
     // Receivers by name once they have one; floats as the doubles they are.
     const std::string tenth = Json(f(0.1f)).dump();
-    EXPECT_EQ(summary(platform.log->takeNew()),
-              (std::vector<std::string>{
-                  "- SCNScene []", "- rootNode []", R"(- setName: ["Earth"])",
-                  "Earth setScale: [[" + tenth + "," + tenth + "," + tenth + "]]",
-                  "Earth setRotation: [[1.0,0.0,0.0," + Json(f(0.7853981f)).dump() + "]]", R"(- addChildNode: ["Earth"])",
-                  R"(Earth runAction:forKey: [{"action":{"duration":1.0,"type":"rotateBy","x":0.0,"y":0.5,"z":0.0},)"
-                  R"("type":"repeatForever"},"EarthAnimation"])",
-                  R"(- hitTest:options: [[10.0,20.5],{"SCNHitTestBoundingBoxOnlyKey":true}])", "- sharedApplication []",
-                  R"(- openURL:options:completionHandler: ["https://example.org/guide",{},false])"}));
+    EXPECT_EQ(
+        summary(platform.log->takeNew()),
+        (std::vector<std::string>{
+            "- SCNScene []", "- rootNode []", R"(- setName: ["Earth"])",
+            "Earth setScale: [[" + tenth + "," + tenth + "," + tenth + "]]",
+            "Earth setRotation: [[1.0,0.0,0.0," + Json(f(0.7853981f)).dump() + "]]", R"(- addChildNode: ["Earth"])",
+            R"(Earth runAction:forKey: [{"action":{"duration":1.0,"type":"rotateBy","x":0.0,"y":0.5,"z":0.0},)"
+            R"("type":"repeatForever"},"EarthAnimation"])",
+            R"(- hitTest:options: [[10.0,20.5],{"SCNHitTestBoundingBoxOnlyKey":true}])", "- sharedApplication []",
+            R"(- openURL:options:completionHandler: ["https://example.org/guide",{},false])"}));
 
     EXPECT_EQ(platform.log->withOp("setScale:").size(), 1u);
     EXPECT_EQ(platform.log->withOp("setScale:")[0].target, "Earth");
@@ -113,13 +115,15 @@ TEST(MemoryServices, AddressesRecognisersBrowserAndScenes) {
     MemoryPlatform platform;
     EXPECT_EQ(platform.URLWithString("https://example.org/a_b-c~d?q=1&r=%2F#top"),
               NSURL{"https://example.org/a_b-c~d?q=1&r=%2F#top"});
-    for (const char* bad : {"", "   ", "https://example.org/a b", "https://example.org/%2", "https://example.org/%zz",
-                            "https://example.org/%g1", "https://example.org/%1g", "https://example.org/<x>", "https://exämple.org"})
+    for (const char* bad :
+         {"", "   ", "https://example.org/a b", "https://example.org/%2", "https://example.org/%zz",
+          "https://example.org/%g1", "https://example.org/%1g", "https://example.org/<x>", "https://exämple.org"})
         EXPECT_EQ(platform.URLWithString(bad), std::nullopt) << bad;
 
     int pinched = 0;
     UIViewController controller;
-    auto pinch = platform.newPinchGestureRecognizer(&controller, {"didPinch:", [&](UIGestureRecognizer&) { ++pinched; }});
+    auto pinch =
+        platform.newPinchGestureRecognizer(&controller, {"didPinch:", [&](UIGestureRecognizer&) { ++pinched; }});
     auto tap = platform.newTapGestureRecognizer(&controller, {"didDoubleTap:", nullptr});
     tap->setNumberOfTapsRequired(2);
     tap->setNumberOfTouchesRequired(1);
@@ -136,7 +140,8 @@ TEST(MemoryServices, AddressesRecognisersBrowserAndScenes) {
     EXPECT_EQ(pinched, 1);
 
     bool opened = false;
-    platform.sharedApplication().openURLOptionsCompletionHandler({"https://example.org"}, {}, [&](bool ok) { opened = ok; });
+    platform.sharedApplication().openURLOptionsCompletionHandler({"https://example.org"}, {},
+                                                                 [&](bool ok) { opened = ok; });
     EXPECT_EQ(platform.application.openedURLs.size(), 1u);
     EXPECT_FALSE(opened);  // the handler waits for the main queue
     platform.drainMainQueue();

@@ -46,7 +46,7 @@ protected:
     std::shared_ptr<MemoryNode> root;
 };
 
-} // namespace
+}  // namespace
 
 TEST_F(MemoryHitTest, NestedModelsReturnTheirMeshesNearestFirst) {
     auto far = model("Far", {0, 0, -10}, 1);
@@ -110,8 +110,8 @@ TEST_F(MemoryHitTest, CameraInsideABoxHitsItWhereTheRayLeaves) {
 }
 
 TEST_F(MemoryHitTest, OverlapsAreOrderedByWhereTheRayEntersAndBoxesBehindAreNeverHit) {
-    auto longBox = boxNode({-1, -1, -20}, {1, 1, -4}, "Long");      // entered at 4, left at 20
-    auto shortBox = boxNode({-1, -1, -6}, {1, 1, -5}, "Short");     // entered at 5, left at 6
+    auto longBox = boxNode({-1, -1, -20}, {1, 1, -4}, "Long");   // entered at 4, left at 20
+    auto shortBox = boxNode({-1, -1, -6}, {1, 1, -5}, "Short");  // entered at 5, left at 6
     auto behind = boxNode({-1, -1, 2}, {1, 1, 3}, "Behind");
     root->appendChild(shortBox);
     root->appendChild(behind);
@@ -256,7 +256,8 @@ TEST(SimulatedRoom, IsTheRoomTheGuideDescribes) {
             described.push_back(v);
     }
     std::vector<std::array<float, 5>> built;
-    for (const RoomSurface& s : SimulatedRoom::standard().surfaces) built.push_back({s.height, s.minX, s.maxX, s.minZ, s.maxZ});
+    for (const RoomSurface& s : SimulatedRoom::standard().surfaces)
+        built.push_back({s.height, s.minX, s.maxX, s.minZ, s.maxZ});
     EXPECT_EQ(built, described);
     EXPECT_EQ(described.size(), 4u);
 }

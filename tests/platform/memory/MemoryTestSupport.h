@@ -11,7 +11,8 @@
 namespace orrery::memory::support {
 
 /// A node carrying a mesh whose bounds are the given box.
-inline std::shared_ptr<MemoryNode> boxNode(SCNVector3 min, SCNVector3 max, std::optional<std::string> name = std::nullopt,
+inline std::shared_ptr<MemoryNode> boxNode(SCNVector3 min, SCNVector3 max,
+                                           std::optional<std::string> name = std::nullopt,
                                            std::shared_ptr<CallRecorder> log = nullptr) {
     auto mesh = std::make_shared<MemoryMeshGeometry>(log);
     mesh->positions = {min, max};
@@ -34,12 +35,12 @@ inline SCNVector3 rotated(SCNVector4 r, SCNVector3 v) {
             float(v.z * c + cz * s + kz * dot * (1 - c))};
 }
 
-} // namespace orrery::memory::support
+}  // namespace orrery::memory::support
 
-#define EXPECT_VEC3_NEAR(actual, ex, ey, ez, tolerance)   \
-    do {                                                  \
-        const auto v_ = (actual);                         \
-        EXPECT_NEAR(v_.x, (ex), (tolerance)) << "x";      \
-        EXPECT_NEAR(v_.y, (ey), (tolerance)) << "y";      \
-        EXPECT_NEAR(v_.z, (ez), (tolerance)) << "z";      \
+#define EXPECT_VEC3_NEAR(actual, ex, ey, ez, tolerance)                                                                \
+    do {                                                                                                               \
+        const auto v_ = (actual);                                                                                      \
+        EXPECT_NEAR(v_.x, (ex), (tolerance)) << "x";                                                                   \
+        EXPECT_NEAR(v_.y, (ey), (tolerance)) << "y";                                                                   \
+        EXPECT_NEAR(v_.z, (ez), (tolerance)) << "z";                                                                   \
     } while (0)

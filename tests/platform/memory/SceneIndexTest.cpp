@@ -65,7 +65,8 @@ public:
         place(*node);
         parent->appendChild(node);
         const auto twinned = pick(4) == 0 ? node : pick(3) == 0 && size(*parent) <= 8 ? parent : nullptr;
-        if (twinned && twinned->parent()) twinned->parent()->appendChild(std::static_pointer_cast<MemoryNode>(twinned->clone()));
+        if (twinned && twinned->parent())
+            twinned->parent()->appendChild(std::static_pointer_cast<MemoryNode>(twinned->clone()));
     }
 
     static std::size_t size(const MemoryNode& subtree) {
@@ -133,7 +134,7 @@ std::vector<std::shared_ptr<SCNNode>> nodesOf(const std::vector<SCNHitTestResult
     return nodes;
 }
 
-} // namespace
+}  // namespace
 
 TEST(SceneIndex, AnswersAsTheExhaustiveHitTestWhileTheSceneChanges) {
     std::size_t hits = 0, ties = 0;
@@ -165,11 +166,11 @@ TEST(SceneIndex, RaysMeetBoxesAheadOfThemOnly) {
         bool meets;
     };
     const Ray rays[] = {
-        {{0, 0, 0}, {1, 1, 1}, true},        {{0, 0, 0}, {-1, -1, -1}, false},  // ahead, behind
+        {{0, 0, 0}, {1, 1, 1}, true},        {{0, 0, 0}, {-1, -1, -1}, false},   // ahead, behind
         {{1.5, 1.5, 0}, {0, 0, 1}, true},    {{1.5, 0.5, 0}, {0, 0, 1}, false},  // parallel to two axes
         {{1.5, 2.5, 0}, {0, 0, 1}, false},   {{0.5, 1.5, 0}, {0, 0, 1}, false},
-        {{1.5, 1.5, 1.5}, {0, -1, 0}, true},  // from inside
-        {{0, 0, 1.5}, {1, 3, 0}, false},     {{0, 0, 1.5}, {1, 1, 0}, true},   // passing beside, through
+        {{1.5, 1.5, 1.5}, {0, -1, 0}, true},                                  // from inside
+        {{0, 0, 1.5}, {1, 3, 0}, false},     {{0, 0, 1.5}, {1, 1, 0}, true},  // passing beside, through
     };
     for (const Ray& r : rays) EXPECT_EQ(box.metBy(r.origin, r.direction), r.meets) << r.origin[0] << "," << r.origin[1];
 }

@@ -22,7 +22,8 @@ public:
         events.push_back("callback " + std::to_string(anchor->transform().columns[3][0]));
         nodes.push_back(node);
         attachedAtCallback.push_back(asMemory(node)->parent() != nullptr);
-        platform_.mainQueueAsync([this, anchor] { events.push_back("block " + std::to_string(anchor->transform().columns[3][0])); });
+        platform_.mainQueueAsync(
+            [this, anchor] { events.push_back("block " + std::to_string(anchor->transform().columns[3][0])); });
     }
     std::vector<std::string> events;
     std::vector<std::shared_ptr<SCNNode>> nodes;
@@ -34,7 +35,7 @@ private:
 
 std::shared_ptr<ARAnchor> anchorAt(float x) { return std::make_shared<ARAnchor>(makeTranslation({x, 0.5f, -2})); }
 
-} // namespace
+}  // namespace
 
 TEST(MemorySession, AnchorsAreReportedOnTheNextRunningFrame) {
     MemoryPlatform platform;
@@ -53,8 +54,8 @@ TEST(MemorySession, AnchorsAreReportedOnTheNextRunningFrame) {
     session.addAnchor(anchorAt(2));
     EXPECT_TRUE(delegate.events.empty());  // nothing before the frame
     platform.runFrame();
-    EXPECT_EQ(delegate.events, (std::vector<std::string>{"callback 1.000000", "callback 2.000000", "block 1.000000",
-                                                         "block 2.000000"}));
+    EXPECT_EQ(delegate.events,
+              (std::vector<std::string>{"callback 1.000000", "callback 2.000000", "block 1.000000", "block 2.000000"}));
     ASSERT_EQ(delegate.nodes.size(), 2u);
     EXPECT_EQ(delegate.attachedAtCallback, (std::vector<bool>{true, true}));
     auto second = asMemory(delegate.nodes[1]);
@@ -97,7 +98,8 @@ TEST(MemoryClock, AdvanceRunsWholeFramesThenTheRest) {
     std::vector<double> frameTimes;
     for (double seconds : {0.05, 2.5 / 60, 0.0, -1.0}) {
         platform.advance(seconds);
-        frameTimes.push_back(platform.view->arSession.latestFrame ? platform.view->arSession.latestFrame->timestamp : -1);
+        frameTimes.push_back(platform.view->arSession.latestFrame ? platform.view->arSession.latestFrame->timestamp
+                                                                  : -1);
     }
     EXPECT_NEAR(platform.time, 0.05 + 2.5 / 60, 1e-12);
     // 0.05 s is three frames, the last starting at 2/60; 2.5 frames are two frames and a half one.

@@ -46,7 +46,8 @@ TEST(Workflows, TheValidatorRejectsWhatTheSchemaForbids) {
     const std::vector<std::pair<const char*, const char*>> broken{
         {"a misspelt key", "on: push\njobs:\n  a:\n    runs-on: ubuntu-latest\n    stepz:\n      - run: echo\n"},
         {"no trigger", "jobs:\n  a:\n    runs-on: ubuntu-latest\n    steps:\n      - run: echo\n"},
-        {"a step that neither runs nor uses", "on: push\njobs:\n  a:\n    runs-on: ubuntu-latest\n    steps:\n      - name: x\n"}};
+        {"a step that neither runs nor uses",
+         "on: push\njobs:\n  a:\n    runs-on: ubuntu-latest\n    steps:\n      - name: x\n"}};
     for (const auto& [what, text] : broken) {
         const fs::path file = dir.path / "broken.yml";
         std::ofstream(file) << text;
@@ -56,10 +57,11 @@ TEST(Workflows, TheValidatorRejectsWhatTheSchemaForbids) {
 
 TEST(Workflows, CiRunsTheLinuxSuiteAndBuildsTheAppOnAMacWithWarningsAsErrors) {
     const std::string ci = readFile(kRoot / ".github" / "workflows" / "ci.yml");
-    for (const char* part : {"bash .ci/run", "runs-on: macos-", "xcodebuild build", "-scheme OrreryAR",
-                             "-destination 'generic/platform=iOS'", "CODE_SIGNING_ALLOWED=NO", "GCC_TREAT_WARNINGS_AS_ERRORS=YES"})
+    for (const char* part :
+         {"bash .ci/run", "runs-on: macos-", "xcodebuild build", "-scheme OrreryAR",
+          "-destination 'generic/platform=iOS'", "CODE_SIGNING_ALLOWED=NO", "GCC_TREAT_WARNINGS_AS_ERRORS=YES"})
         EXPECT_NE(ci.find(part), std::string::npos) << part;
 }
 
-} // namespace
-} // namespace orrery::testing
+}  // namespace
+}  // namespace orrery::testing

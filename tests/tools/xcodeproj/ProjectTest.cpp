@@ -42,12 +42,15 @@ using Json = nlohmann::json;
 /// malformed. { key = value; } becomes an object, ( a, b, ) an array, and quoted or bare strings
 /// and <hex data> strings that keep their text; /* */ and // comments go.
 Json readOldStylePlist(const std::string& s) {
-    std::string json, last;  // the JSON so far; its last string
+    std::string json, last;                                    // the JSON so far; its last string
     std::vector<std::pair<char, std::set<std::string>>> open;  // the brackets still open, with their keys
     auto fail = [](std::size_t at) -> void {
         throw std::runtime_error("old-style property list: cannot read at offset " + std::to_string(at));
     };
-    auto bare = [](char c) { return std::isalnum(static_cast<unsigned char>(c)) || std::string_view("_$+/:.-").find(c) != std::string_view::npos; };
+    auto bare = [](char c) {
+        return std::isalnum(static_cast<unsigned char>(c)) ||
+               std::string_view("_$+/:.-").find(c) != std::string_view::npos;
+    };
     auto inside = [&](char bracket) { return !open.empty() && open.back().first == bracket; };
     for (std::size_t i = 0, end = 0; i < s.size(); i = end) {
         const char c = s[i];
@@ -61,7 +64,8 @@ Json readOldStylePlist(const std::string& s) {
                 while (end < s.size() && s[end] != '"') end += s[end] == '\\' ? 2 : 1;
                 last = s.substr(i, ++end - i);
             } else {
-                end = c == '<' ? std::min(s.find('>', i), s.size()) + 1 : std::find_if_not(s.begin() + i, s.end(), bare) - s.begin();
+                end = c == '<' ? std::min(s.find('>', i), s.size()) + 1
+                               : std::find_if_not(s.begin() + i, s.end(), bare) - s.begin();
                 last = Json(s.substr(i, end - i)).dump();
             }
             json += last;
@@ -75,7 +79,8 @@ Json readOldStylePlist(const std::string& s) {
             open.pop_back();
             json += c == '}' ? '}' : ']';
         } else if (c == '=' || c == ';' || c == ',') {
-            if (!inside(c == ',' ? '(' : '{') || (c == '=' && !open.back().second.insert(last).second)) fail(i);  // a key given twice
+            if (!inside(c == ',' ? '(' : '{') || (c == '=' && !open.back().second.insert(last).second))
+                fail(i);  // a key given twice
             json += c == '=' ? ':' : ',';
         } else if (!std::isspace(static_cast<unsigned char>(c))) {
             fail(i);
@@ -112,11 +117,14 @@ struct ProjectContents {
 ProjectContents readProject(const Json& project) {
     const Json& objects = project.at("objects");
     auto ids = [](const Json& owner, const char* key) { return owner.value(key, std::vector<std::string>{}); };
-    auto join = [](const std::string& folder, const std::string& name) { return folder.empty() ? name : folder + "/" + name; };
+    auto join = [](const std::string& folder, const std::string& name) {
+        return folder.empty() ? name : folder + "/" + name;
+    };
 
     ProjectContents contents;
     std::map<std::string, std::string> pathOf;  // object id -> path
-    std::function<void(const std::string&, const std::string&)> walk = [&](const std::string& groupId, const std::string& folder) {
+    std::function<void(const std::string&, const std::string&)> walk = [&](const std::string& groupId,
+                                                                           const std::string& folder) {
         for (const std::string& id : ids(objects.at(groupId), "children")) {
             const Json& child = objects.at(id);
             if (child.value("sourceTree", "") != "<group>") continue;  // the SDK's frameworks, the product
@@ -139,7 +147,9 @@ ProjectContents readProject(const Json& project) {
         if (target.value("productType", "") != "com.apple.product-type.application") continue;
         for (const std::string& phaseId : ids(target, "buildPhases")) {
             const std::string isa = objects.at(phaseId).value("isa", "");
-            auto* into = isa == "PBXSourcesBuildPhase" ? &contents.compiled : isa == "PBXResourcesBuildPhase" ? &contents.copied : nullptr;
+            auto* into = isa == "PBXSourcesBuildPhase"     ? &contents.compiled
+                         : isa == "PBXResourcesBuildPhase" ? &contents.copied
+                                                           : nullptr;
             if (!into) continue;
             for (const std::string& buildId : ids(objects.at(phaseId), "files")) {
                 const std::string ref = objects.at(buildId).value("fileRef", "");
@@ -156,10 +166,12 @@ std::vector<std::string> projectProblems(const ProjectContents& project, const s
     for (const std::string& source : sources)
         if (!project.compiled.count(source)) problems.push_back("not compiled by the project: " + source);
     for (const std::string& compiled : project.compiled)
-        if (!std::ranges::count(sources, compiled)) problems.push_back("compiled by the project but not a device source: " + compiled);
+        if (!std::ranges::count(sources, compiled))
+            problems.push_back("compiled by the project but not a device source: " + compiled);
     for (const std::string& file : project.named)
         if (!fs::exists(kRoot / file)) problems.push_back("names a missing file: " + file);
-    for (const char* resource : {"app/Main.storyboard", "app/LaunchScreen.storyboard", "app/Assets.xcassets", "art.scnassets"})
+    for (const char* resource :
+         {"app/Main.storyboard", "app/LaunchScreen.storyboard", "app/Assets.xcassets", "art.scnassets"})
         if (!project.copied.count(resource)) problems.push_back(std::string("does not copy: ") + resource);
     return problems;
 }
@@ -223,10 +235,13 @@ TEST(XcodeProject, SharedSchemeBuildsRunsAndArchivesTheAppTarget) {
         const pugi::xml_node reference = scheme.child("Scheme").child(action).first_element_by_path(path);
         EXPECT_EQ(std::string(reference.attribute("BlueprintIdentifier").value()), appTarget) << action;
         EXPECT_EQ(std::string(reference.attribute("BuildableName").value()), productPath) << action;
-        EXPECT_EQ(std::string(reference.attribute("ReferencedContainer").value()), "container:OrreryAR.xcodeproj") << action;
+        EXPECT_EQ(std::string(reference.attribute("ReferencedContainer").value()), "container:OrreryAR.xcodeproj")
+            << action;
     }
-    const pugi::xml_node entry = scheme.child("Scheme").child("BuildAction").first_element_by_path("BuildActionEntries/BuildActionEntry");
-    for (const char* use : {"buildForRunning", "buildForArchiving"}) EXPECT_STREQ(entry.attribute(use).value(), "YES") << use;
+    const pugi::xml_node entry =
+        scheme.child("Scheme").child("BuildAction").first_element_by_path("BuildActionEntries/BuildActionEntry");
+    for (const char* use : {"buildForRunning", "buildForArchiving"})
+        EXPECT_STREQ(entry.attribute(use).value(), "YES") << use;
     EXPECT_STREQ(scheme.child("Scheme").child("ArchiveAction").attribute("buildConfiguration").value(), "Release");
 }
 
@@ -271,7 +286,8 @@ TEST(AppShell, OneWindowSceneMadeFromTheMainStoryboardByADelegateWithNothingOfIt
     if (multiple && plist_get_node_type(multiple) == PLIST_BOOLEAN) plist_get_bool_val(multiple, &supportsMultiple);
     EXPECT_EQ(supportsMultiple, 0) << "one window: the app keeps process-wide state";
     plist_t configurations = plist_dict_get_item(manifest, "UISceneConfigurations");
-    plist_t roles = configurations ? plist_dict_get_item(configurations, "UIWindowSceneSessionRoleApplication") : nullptr;
+    plist_t roles =
+        configurations ? plist_dict_get_item(configurations, "UIWindowSceneSessionRoleApplication") : nullptr;
     ASSERT_TRUE(roles && plist_get_node_type(roles) == PLIST_ARRAY);
     ASSERT_EQ(plist_array_get_size(roles), 1u);
     plist_t scene = plist_array_get_item(roles, 0);
@@ -283,17 +299,22 @@ TEST(AppShell, OneWindowSceneMadeFromTheMainStoryboardByADelegateWithNothingOfIt
     const ProjectContents project = readProject(readOldStylePlist(readFile(kProject)));
     EXPECT_TRUE(project.copied.contains("app/" + storyboard + ".storyboard")) << storyboard;
     pugi::xml_document document;
-    ASSERT_TRUE(document.load_file((kRoot / "app" / "Base.lproj" / (storyboard + ".storyboard")).c_str())) << storyboard;
+    ASSERT_TRUE(document.load_file((kRoot / "app" / "Base.lproj" / (storyboard + ".storyboard")).c_str()))
+        << storyboard;
     const std::string initial = document.child("document").attribute("initialViewController").value();
-    const pugi::xml_node controller = document.find_node([&](const pugi::xml_node& n) { return initial == n.attribute("id").value(); });
+    const pugi::xml_node controller =
+        document.find_node([&](const pugi::xml_node& n) { return initial == n.attribute("id").value(); });
     EXPECT_STREQ(controller.attribute("customClass").value(), "ORViewController");
 
     // The delegate: declared in app/ as a window scene delegate with a window, implementing nothing.
     const std::string delegate = stringAt(scene, "UISceneDelegateClassName");
     ASSERT_NE(delegate, "");
     const std::string header = readFile(kRoot / "app" / (delegate + ".h"));
-    EXPECT_TRUE(std::regex_search(header, std::regex("@interface " + delegate + R"( : UIResponder <UIWindowSceneDelegate>)"))) << header;
-    EXPECT_TRUE(std::regex_search(header, std::regex(R"(@property\(strong, nonatomic\) UIWindow\* window;)"))) << header;
+    EXPECT_TRUE(
+        std::regex_search(header, std::regex("@interface " + delegate + R"( : UIResponder <UIWindowSceneDelegate>)")))
+        << header;
+    EXPECT_TRUE(std::regex_search(header, std::regex(R"(@property\(strong, nonatomic\) UIWindow\* window;)")))
+        << header;
     const std::string source = readFile(kRoot / "app" / (delegate + ".mm"));
     EXPECT_NE(source.find("@implementation " + delegate), std::string::npos);
     EXPECT_EQ(implementedSelectors(source), std::set<std::string>{});
@@ -313,10 +334,11 @@ TEST(AppShell, TheApplicationDelegateAnswersExactlyTheApplicationEvents) {
 TEST(DeviceBuildScript, WithoutAnSdkSaysSoInOneLineAndSucceeds) {
     const TempDir dir;
     const std::string sdk = (dir.path / "no-such-sdk" / "iPhoneOS.sdk").string();
-    const auto run = runProgram({"/bin/bash", (kRoot / "scripts" / "device-build.sh").string()}, dir.path, "", {"ORRERY_IOS_SDK=" + sdk});
+    const auto run = runProgram({"/bin/bash", (kRoot / "scripts" / "device-build.sh").string()}, dir.path, "",
+                                {"ORRERY_IOS_SDK=" + sdk});
     EXPECT_EQ(run.status, 0);
     EXPECT_EQ(run.out + run.err, "device build: skipped (no iOS SDK at " + sdk + ")\n");
 }
 
-} // namespace
-} // namespace orrery::testing
+}  // namespace
+}  // namespace orrery::testing

@@ -27,14 +27,16 @@ std::shared_ptr<MemoryMeshGeometry> meshOf(const std::shared_ptr<MemoryNode>& no
     return std::dynamic_pointer_cast<MemoryMeshGeometry>(node->nodeGeometry());
 }
 
-void forEachNode(const std::shared_ptr<MemoryNode>& node, const std::function<void(const std::shared_ptr<MemoryNode>&)>& f) {
+void forEachNode(const std::shared_ptr<MemoryNode>& node,
+                 const std::function<void(const std::shared_ptr<MemoryNode>&)>& f) {
     f(node);
     for (const auto& child : node->children()) forEachNode(child, f);
 }
 
 SCNVector3 apply(const simd_float4x4& m, SCNVector3 p) {
     const auto& c = m.columns;
-    return {c[0][0] * p.x + c[1][0] * p.y + c[2][0] * p.z + c[3][0], c[0][1] * p.x + c[1][1] * p.y + c[2][1] * p.z + c[3][1],
+    return {c[0][0] * p.x + c[1][0] * p.y + c[2][0] * p.z + c[3][0],
+            c[0][1] * p.x + c[1][1] * p.y + c[2][1] * p.z + c[3][1],
             c[0][2] * p.x + c[1][2] * p.y + c[2][2] * p.z + c[3][2]};
 }
 
@@ -124,7 +126,8 @@ TEST(ColladaLoader, BodiesShareOneSizeAndFaceTheRightWay) {
             const SCNVector3 u{b.x - a.x, b.y - a.y, b.z - a.z}, v{c.x - a.x, c.y - a.y, c.z - a.z};
             const SCNVector3 face{u.y * v.z - u.z * v.y, u.z * v.x - u.x * v.z, u.x * v.y - u.y * v.x};
             const SCNVector3 centre{a.x + b.x + c.x, a.y + b.y + c.y, a.z + b.z + c.z};
-            ASSERT_GT(outward * (face.x * centre.x + face.y * centre.y + face.z * centre.z), 0.0f) << "triangle " << t / 3;
+            ASSERT_GT(outward * (face.x * centre.x + face.y * centre.y + face.z * centre.z), 0.0f)
+                << "triangle " << t / 3;
         }
         const SCNBoundingBox box = worldBounds(sphere);
         if (body.key == "Stars") {
@@ -190,8 +193,10 @@ std::string quadDocument(const std::string& p = "0 0 0 1 0 1 2 0 2 0 0 0 2 0 2 3
         <material id="red"><instance_effect url="#red-fx"/></material>
       </library_materials>
       <library_geometries><geometry id="quad"><mesh>
-        <source id="pos"><float_array id="pos-a" count="12">)" + positions + R"(</float_array>
-          <technique_common><accessor source="#pos-a" )" + positionAccessor + R"(>
+        <source id="pos"><float_array id="pos-a" count="12">)" +
+           positions + R"(</float_array>
+          <technique_common><accessor source="#pos-a" )" +
+           positionAccessor + R"(>
             <param name="X" type="float"/><param name="Y" type="float"/><param name="Z" type="float"/>
           </accessor></technique_common></source>
         <source id="nor"><float_array id="nor-a" count="3">0 0 1</float_array>
@@ -207,10 +212,12 @@ std::string quadDocument(const std::string& p = "0 0 0 1 0 1 2 0 2 0 0 0 2 0 2 3
           <input semantic="VERTEX" source="#verts" offset="0"/>
           <input semantic="NORMAL" source="#nor" offset="1"/>
           <input semantic="TEXCOORD" source="#uv" offset="2" set="0"/>
-          <p>)" + p + R"(</p>
+          <p>)" +
+           p + R"(</p>
         </triangles>
       </mesh></geometry></library_geometries>
-      <library_visual_scenes><visual_scene id="vs">)" + nodes + R"(</visual_scene></library_visual_scenes>
+      <library_visual_scenes><visual_scene id="vs">)" +
+           nodes + R"(</visual_scene></library_visual_scenes>
       <scene><instance_visual_scene url="#vs"/></scene></COLLADA>)";
 }
 
@@ -230,22 +237,24 @@ TEST(ColladaLoader, ReadsMeshMaterialsAndResolvesTexturePaths) {
     EXPECT_EQ(mesh->textureCoordinates[2], (std::array<float, 2>{1, 1}));
     ASSERT_EQ(mesh->materials.size(), 1u);
     EXPECT_EQ(mesh->materials[0]->name, "Skin");
-    EXPECT_EQ(std::get<std::string>(mesh->materials[0]->diffuseProperty->contents), "/models/quad/textures/My Skin.png");
+    EXPECT_EQ(std::get<std::string>(mesh->materials[0]->diffuseProperty->contents),
+              "/models/quad/textures/My Skin.png");
 
     // A texture may name the image itself rather than a sampler.
     std::string direct = quadDocument();
     direct.replace(direct.find(R"(texture="samp")"), 14, R"(texture="tex")");
     const auto directScene = loadColladaBytes(direct, "/models/quad");
     ASSERT_NE(directScene, nullptr);
-    EXPECT_EQ(std::get<std::string>(meshOf(directScene->root()->children()[0])->materials.at(0)->diffuseProperty->contents),
-              "/models/quad/textures/My Skin.png");
+    EXPECT_EQ(
+        std::get<std::string>(meshOf(directScene->root()->children()[0])->materials.at(0)->diffuseProperty->contents),
+        "/models/quad/textures/My Skin.png");
 }
 
 TEST(ColladaLoader, ImageAddressesAreDecodedAndResolvedAgainstTheModelsFolder) {
     const std::pair<const char*, const char*> addresses[] = {
         {"Skin.pn%67", "/models/quad/Skin.png"},  // an escape at the very end
         {"%41%6a%4B.png", "/models/quad/AjK.png"},
-        {"Skin%2", "/models/quad/Skin%2"},  // incomplete or not hexadecimal: kept as written
+        {"Skin%2", "/models/quad/Skin%2"},                      // incomplete or not hexadecimal: kept as written
         {"a%+1b%-1c% 1.png", "/models/quad/a%+1b%-1c% 1.png"},  // signs and spaces are not digits
         {"Skin%zz.png", "/models/quad/Skin%zz.png"},
         {" \n ../maps/Skin.png \t", "/models/maps/Skin.png"},
@@ -267,10 +276,12 @@ TEST(ColladaLoader, ImageAddressesAreDecodedAndResolvedAgainstTheModelsFolder) {
 
 TEST(ColladaLoader, TakesTheFirstTextureCoordinatesAndNothingElseForThem) {
     // Per-vertex inputs: normals, a colour, then two sets of texture coordinates; the first set counts.
-    const std::string normals = R"(<source id="nor4"><float_array id="nor4-a" count="12">0 0 1 0 1 0 1 0 0 0 0 -1</float_array>
+    const std::string normals =
+        R"(<source id="nor4"><float_array id="nor4-a" count="12">0 0 1 0 1 0 1 0 0 0 0 -1</float_array>
         <technique_common><accessor source="#nor4-a" count="4" stride="3"><param name="X" type="float"/><param name="Y" type="float"/>
         <param name="Z" type="float"/></accessor></technique_common></source>)";
-    const std::string vertices = R"(<vertices id="verts"><input semantic="POSITION" source="#pos"/><input semantic="NORMAL" source="#nor4"/>
+    const std::string vertices =
+        R"(<vertices id="verts"><input semantic="POSITION" source="#pos"/><input semantic="NORMAL" source="#nor4"/>
         <input semantic="COLOR" source="#pos"/><input semantic="TEXCOORD" source="#uv"/>
         <input semantic="TEXCOORD" source="#uv2"/></vertices>)";
     const std::string uv2 = R"(<source id="uv2"><float_array id="uv2-a" count="8">9 9 9 9 9 9 9 9</float_array>
@@ -302,9 +313,11 @@ TEST(ColladaLoader, TakesTheFirstTextureCoordinatesAndNothingElseForThem) {
 TEST(ColladaLoader, CornerInputsOtherThanNormalsAreNotTakenForThem) {
     // Texture coordinates but no normals; then a second NORMAL input, which is ignored.
     std::string noNormals = quadDocument();
-    noNormals.erase(noNormals.find(R"(<input semantic="NORMAL")"), std::string(R"(<input semantic="NORMAL" source="#nor" offset="1"/>)").size());
+    noNormals.erase(noNormals.find(R"(<input semantic="NORMAL")"),
+                    std::string(R"(<input semantic="NORMAL" source="#nor" offset="1"/>)").size());
     std::string twoNormals = quadDocument();
-    twoNormals.insert(twoNormals.find(R"(<input semantic="TEXCOORD")"), R"(<input semantic="NORMAL" source="#uv" offset="2"/>)");
+    twoNormals.insert(twoNormals.find(R"(<input semantic="TEXCOORD")"),
+                      R"(<input semantic="NORMAL" source="#uv" offset="2"/>)");
     for (const auto& [document, normals] : {std::pair{noNormals, 0u}, std::pair{twoNormals, 4u}}) {
         ModelReport report;
         const auto scene = loadColladaBytes(document, "/", &report);
@@ -320,8 +333,9 @@ TEST(ColladaLoader, ReadsNumbersInEveryDecimalForm) {
     // The same quad as above, its coordinates spelled with signs, exponents, bare points and
     // more digits than a double holds; each must read as the nearest float.
     const auto scene = loadColladaBytes(
-        quadDocument("0 0 0 1 0 1 2 0 2 0 0 0 2 0 2 3 0 3", R"(count="4" stride="3")",
-                     "-5e-1 -.5 +0e-30 0.50 -0.5E0 -0 5000e-4 0.499999999999999999999999 0. -0.5 +.5e+0 1.17549435e-38"),
+        quadDocument(
+            "0 0 0 1 0 1 2 0 2 0 0 0 2 0 2 3 0 3", R"(count="4" stride="3")",
+            "-5e-1 -.5 +0e-30 0.50 -0.5E0 -0 5000e-4 0.499999999999999999999999 0. -0.5 +.5e+0 1.17549435e-38"),
         "/");
     ASSERT_NE(scene, nullptr);
     const auto mesh = meshOf(scene->root()->children()[0]);
@@ -374,8 +388,9 @@ TEST(ColladaLoader, KeepsNamesAndComposesTransforms) {
       <node name="Plain"/>)";
     std::string document = quadDocument("0 0 0 1 0 1 2 0 2 0 0 0 2 0 2 3 0 3", R"(count="4" stride="3")",
                                         "-0.5 -0.5 0 0.5 -0.5 0 0.5 0.5 0 -0.5 0.5 0", nodes);
-    document.insert(document.find("<library_visual_scenes>"),
-                    R"(<library_nodes><node id="library-node" name="FromLibrary"><translate>5 0 0</translate></node></library_nodes>)");
+    document.insert(
+        document.find("<library_visual_scenes>"),
+        R"(<library_nodes><node id="library-node" name="FromLibrary"><translate>5 0 0</translate></node></library_nodes>)");
     const auto scene = loadColladaBytes(document, "/");
     ASSERT_NE(scene, nullptr);
     const auto& top = scene->root()->children();
@@ -454,7 +469,8 @@ TEST(ColladaLoader, TriangulatesPolylistsAndReadsColours) {
         changed.replace(at, lambert.size(), shading);
         const auto scene = loadColladaBytes(changed, "/");
         ASSERT_NE(scene, nullptr);
-        EXPECT_EQ(meshOf(scene->root()->children()[0])->materials.at(0)->diffuseProperty->contents, expected) << shading;
+        EXPECT_EQ(meshOf(scene->root()->children()[0])->materials.at(0)->diffuseProperty->contents, expected)
+            << shading;
     }
 }
 
@@ -471,7 +487,8 @@ TEST(ColladaLoader, SkinsMoveByTheBindShapeAndKeepNormalsUpright) {
     // A general bind shape, once mirroring (first row negated) and once shrinking: points move by
     // it, and the normal (1, 2, 3) stays at right angles to the moved surface, facing the same way.
     for (const auto& [sign, k] : {std::pair{1.0, 1.0}, std::pair{-1.0, 1.0}, std::pair{1.0, 0.05}}) {
-        const double m[3][4] = {{2 * sign * k, 0.5 * sign * k, 0, 1}, {0, 3 * k, 0.25 * k, 0}, {0.5 * k, 0.25 * k, 4 * k, 0.75}};
+        const double m[3][4] = {
+            {2 * sign * k, 0.5 * sign * k, 0, 1}, {0, 3 * k, 0.25 * k, 0}, {0.5 * k, 0.25 * k, 4 * k, 0.75}};
         std::string matrix;
         for (const auto& row : m)
             for (const double x : row) matrix += std::to_string(x) + " ";
@@ -491,7 +508,9 @@ TEST(ColladaLoader, SkinsMoveByTheBindShapeAndKeepNormalsUpright) {
         EXPECT_NEAR(mesh->positions[0].y, corner[1], 1e-6);
         EXPECT_NEAR(mesh->positions[0].z, corner[2], 1e-6);
         ASSERT_EQ(mesh->normals.size(), 4u);
-        const auto dot = [](const SCNVector3& n, std::array<double, 3> v) { return n.x * v[0] + n.y * v[1] + n.z * v[2]; };
+        const auto dot = [](const SCNVector3& n, std::array<double, 3> v) {
+            return n.x * v[0] + n.y * v[1] + n.z * v[2];
+        };
         const auto translation = moved(0, 0, 0);
         const auto direction = [&](double x, double y, double z) {
             auto v = moved(x, y, z);
@@ -584,19 +603,23 @@ TEST(ColladaLoader, LeavesOutUnreadableTransforms) {
     const std::string pos = "-0.5 -0.5 0 0.5 -0.5 0 0.5 0.5 0 -0.5 0.5 0";
     // Unreadable transform elements are left out; the node stays where the others put it.
     ModelReport report;
-    const auto scene = loadColladaBytes(
-        quadDocument(p, acc, pos,
-                     R"(<node name="A"><matrix>1 0 0 nan 0 1 0 0 0 0 1 0 0 0 0 1</matrix></node>
+    const auto scene =
+        loadColladaBytes(quadDocument(p, acc, pos,
+                                      R"(<node name="A"><matrix>1 0 0 nan 0 1 0 0 0 0 1 0 0 0 0 1</matrix></node>
                         <node name="C"><rotate>0 0 0 45</rotate><translate>1 2</translate><scale>2 2 2</scale></node>)"),
-        "/", &report);
+                         "/", &report);
     ASSERT_NE(scene, nullptr);
     EXPECT_EQ(report.warnings.size(), 2u);
-    for (const auto& node : scene->root()->children()) EXPECT_EQ(node->nodePosition(), (SCNVector3{0, 0, 0})) << *node->nodeName;
+    for (const auto& node : scene->root()->children())
+        EXPECT_EQ(node->nodePosition(), (SCNVector3{0, 0, 0})) << *node->nodeName;
     EXPECT_EQ(scene->root()->children()[1]->nodeScale(), (SCNVector3{2, 2, 2}));
     // Finite numbers whose product leaves the float range cannot be a node's transform.
-    EXPECT_EQ(loadColladaBytes(quadDocument(p, acc, pos, R"(<node><scale>1e30 1e30 1e30</scale><scale>1e30 1e30 1e30</scale></node>)"), "/"),
-              nullptr);
+    EXPECT_EQ(
+        loadColladaBytes(
+            quadDocument(p, acc, pos, R"(<node><scale>1e30 1e30 1e30</scale><scale>1e30 1e30 1e30</scale></node>)"),
+            "/"),
+        nullptr);
 }
 
-} // namespace
-} // namespace orrery::memory
+}  // namespace
+}  // namespace orrery::memory

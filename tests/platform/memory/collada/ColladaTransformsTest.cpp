@@ -20,7 +20,8 @@ SCNVector3 throughNodes(const Matrix& m, SCNVector3 p, Placement& placement) {
     if (inner) node->appendChild(inner);
     const simd_float4x4 w = (inner ? inner : node)->worldTransform();
     const auto& c = w.columns;
-    return {c[0][0] * p.x + c[1][0] * p.y + c[2][0] * p.z + c[3][0], c[0][1] * p.x + c[1][1] * p.y + c[2][1] * p.z + c[3][1],
+    return {c[0][0] * p.x + c[1][0] * p.y + c[2][0] * p.z + c[3][0],
+            c[0][1] * p.x + c[1][1] * p.y + c[2][1] * p.z + c[3][1],
             c[0][2] * p.x + c[1][2] * p.y + c[2][2] * p.z + c[3][2]};
 }
 
@@ -81,13 +82,14 @@ TEST(ColladaTransforms, NodesReproduceTheirMatrixAtEveryRankAndHandedness) {
 
 TEST(Matrix3, PerpendicularIsAUnitVectorAtRightAnglesForEveryDirection) {
     const double h = std::sqrt(0.5);
-    for (const Vector3d& v : {Vector3d{1, 0, 0}, Vector3d{0, 1, 0}, Vector3d{0, 0, -1}, Vector3d{h, h, 0}, Vector3d{h, 0, -h}, Vector3d{h, 0, h},
-                              Vector3d{0, h, h}, Vector3d{0.48, 0.6, 0.64}, Vector3d{-0.95, 0, std::sqrt(1 - 0.95 * 0.95)}}) {
+    for (const Vector3d& v : {Vector3d{1, 0, 0}, Vector3d{0, 1, 0}, Vector3d{0, 0, -1}, Vector3d{h, h, 0},
+                              Vector3d{h, 0, -h}, Vector3d{h, 0, h}, Vector3d{0, h, h}, Vector3d{0.48, 0.6, 0.64},
+                              Vector3d{-0.95, 0, std::sqrt(1 - 0.95 * 0.95)}}) {
         const Vector3d p = perpendicular(v);
         EXPECT_NEAR(dot(p, p), 1.0, 1e-12) << v[0] << " " << v[1] << " " << v[2];
         EXPECT_NEAR(dot(p, v), 0.0, 1e-12) << v[0] << " " << v[1] << " " << v[2];
     }
 }
 
-} // namespace
-} // namespace orrery::memory::collada
+}  // namespace
+}  // namespace orrery::memory::collada

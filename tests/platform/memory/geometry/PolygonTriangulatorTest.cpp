@@ -44,9 +44,11 @@ TEST(PolygonTriangulator, ConcaveOutlinesInEveryPlaneAreCoveredOnceFacingTheirNo
             triangulator.triangulate(outline, sizes, memory::WindingRule::odd, triangles);
             double area = 0;
             for (std::size_t t = 0; t + 2 < triangles.size(); t += 3) {
-                const auto &a = outline.at(triangles[t]), &b = outline.at(triangles[t + 1]), &c = outline.at(triangles[t + 2]);
+                const auto &a = outline.at(triangles[t]), &b = outline.at(triangles[t + 1]),
+                           &c = outline.at(triangles[t + 2]);
                 const int i = (axis + 1) % 3, j = (axis + 2) % 3;  // the facing part of (b - a) x (c - a)
-                const double facing = facingSign * 0.5 * ((b[i] - a[i]) * (c[j] - a[j]) - (b[j] - a[j]) * (c[i] - a[i]));
+                const double facing =
+                    facingSign * 0.5 * ((b[i] - a[i]) * (c[j] - a[j]) - (b[j] - a[j]) * (c[i] - a[i]));
                 EXPECT_GE(facing, 0.0) << "axis " << axis << " facing " << facingSign << ", triangle " << t / 3;
                 area += facing;
             }
@@ -70,9 +72,10 @@ TEST(PolygonTriangulator, ConvexityLooksAtEveryCornerWhicheverComesFirst) {
             std::rotate(outline.begin(), outline.begin() + static_cast<std::ptrdiff_t>(first), outline.end());
             EXPECT_EQ(PolygonTriangulator::isConvex(outline), c.convex) << c.name << " from corner " << first;
             std::reverse(outline.begin(), outline.end());
-            EXPECT_EQ(PolygonTriangulator::isConvex(outline), c.convex) << c.name << " from corner " << first << ", reversed";
+            EXPECT_EQ(PolygonTriangulator::isConvex(outline), c.convex)
+                << c.name << " from corner " << first << ", reversed";
         }
 }
 
-} // namespace
-} // namespace orrery::memory
+}  // namespace
+}  // namespace orrery::memory

@@ -25,11 +25,13 @@ int countOf(const MemoryNode& parent, const std::shared_ptr<MemoryNode>& child) 
 TEST(TextGeometry, TextGeometryReportsTheLayoutBox) {
     memory::MemoryTextGeometry geometry(nullptr, "Moon\nOur satellite", 0.2);
     geometry.font = UIFont{"Optima", 1.0};
-    const memory::TextBox box = memory::textBounds(*memory::layoutText("Moon\nOur satellite", memory::TextFont{"Optima", 1.0}), 0.2);
-    EXPECT_EQ(geometry.boundingBox(), (SCNBoundingBox{{box.min[0], box.min[1], box.min[2]}, {box.max[0], box.max[1], box.max[2]}}));
+    const memory::TextBox box =
+        memory::textBounds(*memory::layoutText("Moon\nOur satellite", memory::TextFont{"Optima", 1.0}), 0.2);
+    EXPECT_EQ(geometry.boundingBox(),
+              (SCNBoundingBox{{box.min[0], box.min[1], box.min[2]}, {box.max[0], box.max[1], box.max[2]}}));
 }
 
-} // namespace
+}  // namespace
 
 TEST(MemoryNodeTree, AddingAParentedNodeMovesItAndNeverDuplicates) {
     auto scene = named("root"), other = named("other"), earth = named("Earth"), moon = named("Moon");
@@ -119,8 +121,8 @@ TEST(MemoryNodeTree, TransformMatricesComeBackFromPositionRotationAndScale) {
 
     // Half turns about each axis, turns nearly as large about axes leaning off each (no matrix
     // entry zero) and a small general turn: each axis takes its own way from matrix to rotation.
-    const SCNVector4 turns[] = {{1, 0, 0, 3.1415926f},   {0, 1, 0, 3.1415926f},   {0, 0, 1, 3.1415926f},
-                                {1, 0.3f, 0.2f, 3.0f},   {0.2f, 1, 0.3f, 3.0f},   {0.3f, 0.2f, 1, 3.0f},
+    const SCNVector4 turns[] = {{1, 0, 0, 3.1415926f}, {0, 1, 0, 3.1415926f}, {0, 0, 1, 3.1415926f},
+                                {1, 0.3f, 0.2f, 3.0f}, {0.2f, 1, 0.3f, 3.0f}, {0.3f, 0.2f, 1, 3.0f},
                                 {1, 2, 3, 0.7f}};
     for (const SCNVector4& turn : turns) {
         auto source = MemoryNode::make();
@@ -132,7 +134,8 @@ TEST(MemoryNodeTree, TransformMatricesComeBackFromPositionRotationAndScale) {
         copy->setTransformMatrix(matrix);
         const simd_float4x4 back = copy->localTransform();
         for (int c = 0; c < 4; ++c)
-            for (int r = 0; r < 4; ++r) EXPECT_NEAR(back.columns[c][r], matrix.columns[c][r], 1e-5f) << turn.x << turn.y << turn.z;
+            for (int r = 0; r < 4; ++r)
+                EXPECT_NEAR(back.columns[c][r], matrix.columns[c][r], 1e-5f) << turn.x << turn.y << turn.z;
     }
     // No turn at all reads back as the unturned node does; an exact half turn keeps the axis the
     // matrix gives (about +y, not -y).

@@ -30,7 +30,7 @@ TEST(TextLayout, LinesStackDownwardAndTheWidestLineSetsTheWidth) {
     const memory::TextBox one = boxOf("Mars"), wide = boxOf("Fourth planet"), two = boxOf("Mars\nFourth planet");
     EXPECT_GT(wide.max[0], one.max[0]);
     EXPECT_FLOAT_EQ(two.max[0], wide.max[0]);
-    EXPECT_FLOAT_EQ(two.max[1], one.max[1]);  // the first line keeps its place
+    EXPECT_FLOAT_EQ(two.max[1], one.max[1]);    // the first line keeps its place
     EXPECT_LT(two.min[1], wide.min[1] - 0.8f);  // the second line is about a line height lower
     // Glyphs of a 1-point font are about a unit tall, starting near x = 0 on the baseline y = 0.
     EXPECT_GT(one.max[1], 0.6f);
@@ -55,15 +55,17 @@ TEST(TextLayout, EachMalformedByteOfUtf8IsOneReplacementCharacter) {
         std::string same;
     } cases[] = {
         {"\x80\x80\x80\x80\x80", replacement + replacement + replacement + replacement + replacement},  // no lead byte
-        {"\xF8\x88\x80\x80\x80", replacement + replacement + replacement + replacement + replacement},  // a five-byte form
-        {"\xC3(", replacement + "("},                                                                  // a missing continuation
-        {"a\xE2\x82", "a" + replacement + replacement},                                                  // cut off at the end
+        {"\xF8\x88\x80\x80\x80",
+         replacement + replacement + replacement + replacement + replacement},  // a five-byte form
+        {"\xC3(", replacement + "("},                                           // a missing continuation
+        {"a\xE2\x82", "a" + replacement + replacement},                         // cut off at the end
     };
     const auto fffd = layoutText(replacement, memory::TextFont{"Optima", 1.0});
     ASSERT_FALSE(fffd->contours.empty()) << "the face draws U+FFFD";
     for (const auto& c : cases) {
         SCOPED_TRACE(c.same);
-        EXPECT_EQ(layoutText(c.text, memory::TextFont{"Optima", 1.0})->contours, layoutText(c.same, memory::TextFont{"Optima", 1.0})->contours);
+        EXPECT_EQ(layoutText(c.text, memory::TextFont{"Optima", 1.0})->contours,
+                  layoutText(c.same, memory::TextFont{"Optima", 1.0})->contours);
     }
 }
 
@@ -81,7 +83,8 @@ std::vector<std::array<double, 2>> outlineSamples(const std::string& fontFile, c
                 const double t = k / 1024.0;
                 for (std::size_t n = level.size() - 1; n > 0; --n)
                     for (std::size_t i = 0; i < n; ++i)
-                        level[i] = {level[i][0] + t * (level[i + 1][0] - level[i][0]), level[i][1] + t * (level[i + 1][1] - level[i][1])};
+                        level[i] = {level[i][0] + t * (level[i + 1][0] - level[i][0]),
+                                    level[i][1] + t * (level[i + 1][1] - level[i][1])};
                 samples.push_back(level[0]);
             }
             last = c.back();
@@ -93,7 +96,10 @@ std::vector<std::array<double, 2>> outlineSamples(const std::string& fontFile, c
     if (FT_Init_FreeType(&library) || FT_New_Face(library, fontFile.c_str(), 0, &face)) return {};
     walk.scale = size / face->units_per_EM;
     FT_Outline_Funcs funcs{};
-    funcs.move_to = [](const FT_Vector* to, void* w) { static_cast<Walk*>(w)->last = static_cast<Walk*>(w)->at(to); return 0; };
+    funcs.move_to = [](const FT_Vector* to, void* w) {
+        static_cast<Walk*>(w)->last = static_cast<Walk*>(w)->at(to);
+        return 0;
+    };
     funcs.line_to = [](const FT_Vector* to, void* w) {
         auto& walk = *static_cast<Walk*>(w);
         walk.bezier({walk.last, walk.at(to)});
@@ -109,7 +115,8 @@ std::vector<std::array<double, 2>> outlineSamples(const std::string& fontFile, c
         walk.bezier({walk.last, walk.at(c1), walk.at(c2), walk.at(to)});
         return 0;
     };
-    if (!FT_Load_Glyph(face, FT_Get_Char_Index(face, character), FT_LOAD_NO_SCALE | FT_LOAD_NO_HINTING | FT_LOAD_NO_BITMAP))
+    if (!FT_Load_Glyph(face, FT_Get_Char_Index(face, character),
+                       FT_LOAD_NO_SCALE | FT_LOAD_NO_HINTING | FT_LOAD_NO_BITMAP))
         FT_Outline_Decompose(&face->glyph->outline, &funcs, &walk);
     FT_Done_Face(face);
     FT_Done_FreeType(library);
@@ -146,7 +153,8 @@ TEST(TextLayout, FlattenedCurvesKeepToTheGlyphWithinTheFlatness) {
             double nearest = 1e30;
             for (const auto& [ax, ay, bx, by] : segments) {
                 const double dx = bx - ax, dy = by - ay, length2 = dx * dx + dy * dy;
-                const double t = length2 > 0 ? std::clamp(((p[0] - ax) * dx + (p[1] - ay) * dy) / length2, 0.0, 1.0) : 0.0;
+                const double t =
+                    length2 > 0 ? std::clamp(((p[0] - ax) * dx + (p[1] - ay) * dy) / length2, 0.0, 1.0) : 0.0;
                 nearest = std::min(nearest, std::hypot(p[0] - ax - t * dx, p[1] - ay - t * dy));
             }
             worst = std::max(worst, nearest);
@@ -167,4 +175,4 @@ TEST(TextLayout, TextWithoutAFontUsesTheDefaultFontAt36Points) {
     EXPECT_EQ(box, textBounds(*layoutText("Sun", memory::TextFont{"Helvetica", 36}), 0));
 }
 
-} // namespace
+}  // namespace
