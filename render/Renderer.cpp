@@ -345,15 +345,18 @@ Renderer::~Renderer() = default;
 
 void Renderer::releaseUnused() { state_->releaseUnused(true); }
 
-void Renderer::draw(const memory::SceneFrame& frame, int widthPx, int heightPx, const RenderOptions& options) {
+void Renderer::draw(const memory::SceneFrame& frame, const Viewport& viewport, const RenderOptions& options) {
     State& s = *state_;
     ++s.frame;
-    glViewport(0, 0, widthPx, heightPx);
+    const int widthPx = viewport.width, heightPx = viewport.height;
+    if (widthPx <= 0 || heightPx <= 0) return;
+    glViewport(viewport.x, viewport.y, widthPx, heightPx);
+    glEnable(GL_SCISSOR_TEST);
+    glScissor(viewport.x, viewport.y, widthPx, heightPx);
     glClearColor(0, 0, 0, 1);
     glClearDepthf(1.0f);
     glDepthMask(GL_TRUE);
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-    if (widthPx <= 0 || heightPx <= 0) return;
 
     const memory::SimulatedCamera& camera = frame.camera;
     const Matrix projection = perspective(static_cast<float>(camera.verticalFieldOfView),
@@ -437,6 +440,7 @@ void Renderer::draw(const memory::SceneFrame& frame, int widthPx, int heightPx, 
     glDisable(GL_DEPTH_TEST);
     glDisable(GL_CULL_FACE);
     glDisable(GL_BLEND);
+    glDisable(GL_SCISSOR_TEST);
     if (s.frame % kReleaseAfterFrames == 0) s.releaseUnused(false);
 }
 

@@ -30,6 +30,11 @@ struct RenderOptions {
     bool showAnchors = false;
 };
 
+/// A rectangle of the framebuffer in pixels, its origin at the bottom left, as glViewport takes it.
+struct Viewport {
+    int x = 0, y = 0, width = 0, height = 0;
+};
+
 /// A renderer bound to one OpenGL context.
 ///
 /// Construct it while an OpenGL 3.3 core or OpenGL ES 3.0 (or later) context is current and
@@ -58,9 +63,14 @@ public:
     /// box lies outside the view are not drawn; textures with an alpha channel (Saturn's rings,
     /// the star field's sky) are blended after the opaque meshes, far to near.
     ///
-    /// Leaves depth testing, culling and blending disabled and no program or vertex array bound,
+    /// Leaves depth testing, culling, blending and scissoring disabled and no program or vertex array bound,
     /// so that an overlay (a user interface panel) can draw afterwards.
-    void draw(const memory::SceneFrame& frame, int widthPx, int heightPx, const RenderOptions& options = {});
+    void draw(const memory::SceneFrame& frame, int widthPx, int heightPx, const RenderOptions& options = {}) {
+        draw(frame, Viewport{0, 0, widthPx, heightPx}, options);
+    }
+    /// The same into `viewport` only (a window's picture beside its panel): nothing outside it
+    /// is cleared or drawn.
+    void draw(const memory::SceneFrame& frame, const Viewport& viewport, const RenderOptions& options = {});
 
     /// Frees the GPU copies of meshes, texts and textures no longer used by any scene.
     /// draw() does this by itself from time to time; call it to free memory at once.

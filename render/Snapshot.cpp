@@ -55,11 +55,8 @@ bool hasExtension(const char* list, const char* name) {
 struct HeadlessRenderer::Context {
     EGLDisplay display = EGL_NO_DISPLAY;
     EGLContext context = EGL_NO_CONTEXT;
-    GLuint multisampledFramebuffer = 0, colourSamples = 0, depthSamples = 0;
-    GLuint resolvedFramebuffer = 0, resolvedColour = 0;
-    int width = 0, height = 0;
-    int requestedSamples = HeadlessRenderer::kDeviceSamples;
     std::unique_ptr<Renderer> renderer;
+    std::unique_ptr<OffscreenPicture> picture;
 
     Context() {
         if (!hasExtension(eglQueryString(EGL_NO_DISPLAY, EGL_EXTENSIONS), "EGL_MESA_platform_surfaceless"))
@@ -124,6 +121,40 @@ struct HeadlessRenderer::Context {
             fail("cannot make the context current");
     }
 
+    void release() {
+        if (context != EGL_NO_CONTEXT) {
+            makeCurrent();
+            picture.reset();
+            renderer.reset();
+            eglMakeCurrent(display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+            eglDestroyContext(display, context);
+            context = EGL_NO_CONTEXT;
+        }
+        if (display != EGL_NO_DISPLAY) eglTerminate(display);
+        display = EGL_NO_DISPLAY;
+    }
+
+    ~Context() { release(); }
+};
+
+HeadlessRenderer::HeadlessRenderer(int samples) : context_(std::make_unique<Context>()) {
+    context_->picture = std::make_unique<OffscreenPicture>(samples);
+}
+HeadlessRenderer::~HeadlessRenderer() = default;
+
+Image HeadlessRenderer::render(const memory::SceneFrame& frame, int widthPx, int heightPx,
+                               const RenderOptions& options) {
+    Context& c = *context_;
+    c.makeCurrent();
+    return c.picture->draw(*c.renderer, frame, widthPx, heightPx, options);
+}
+
+struct OffscreenPicture::Buffers {
+    GLuint multisampledFramebuffer = 0, colourSamples = 0, depthSamples = 0;
+    GLuint resolvedFramebuffer = 0, resolvedColour = 0;
+    int width = 0, height = 0;
+    int requestedSamples = kDeviceSamples;
+
     void resize(int w, int h) {
         if (w == width && h == height) return;
         releaseFramebuffers();
@@ -142,7 +173,7 @@ struct HeadlessRenderer::Context {
         glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, colourSamples);
         glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_DEPTH_ATTACHMENT, GL_RENDERBUFFER, depthSamples);
         if (glCheckFramebufferStatus(GL_FRAMEBUFFER) != GL_FRAMEBUFFER_COMPLETE)
-            fail("multisampled framebuffer incomplete");
+            throw std::runtime_error("offscreen picture: multisampled framebuffer incomplete");
 
         glGenRenderbuffers(1, &resolvedColour);
         glBindRenderbuffer(GL_RENDERBUFFER, resolvedColour);
@@ -150,7 +181,8 @@ struct HeadlessRenderer::Context {
         glGenFramebuffers(1, &resolvedFramebuffer);
         glBindFramebuffer(GL_FRAMEBUFFER, resolvedFramebuffer);
         glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, resolvedColour);
-        if (glCheckFramebufferStatus(GL_FRAMEBUFFER) != GL_FRAMEBUFFER_COMPLETE) fail("framebuffer incomplete");
+        if (glCheckFramebufferStatus(GL_FRAMEBUFFER) != GL_FRAMEBUFFER_COMPLETE)
+            throw std::runtime_error("offscreen picture: framebuffer incomplete");
         glBindRenderbuffer(GL_RENDERBUFFER, 0);
         width = w;
         height = h;
@@ -165,41 +197,28 @@ struct HeadlessRenderer::Context {
         width = height = 0;
     }
 
-    void release() {
-        if (context != EGL_NO_CONTEXT) {
-            makeCurrent();
-            renderer.reset();
-            releaseFramebuffers();
-            eglMakeCurrent(display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
-            eglDestroyContext(display, context);
-            context = EGL_NO_CONTEXT;
-        }
-        if (display != EGL_NO_DISPLAY) eglTerminate(display);
-        display = EGL_NO_DISPLAY;
-    }
-
-    ~Context() { release(); }
+    ~Buffers() { releaseFramebuffers(); }
 };
 
-HeadlessRenderer::HeadlessRenderer(int samples) : context_(std::make_unique<Context>()) {
-    context_->requestedSamples = std::max(1, samples);
+OffscreenPicture::OffscreenPicture(int samples) : buffers_(std::make_unique<Buffers>()) {
+    buffers_->requestedSamples = std::max(1, samples);
 }
-HeadlessRenderer::~HeadlessRenderer() = default;
+OffscreenPicture::~OffscreenPicture() = default;
 
-Image HeadlessRenderer::render(const memory::SceneFrame& frame, int widthPx, int heightPx,
-                               const RenderOptions& options) {
+Image OffscreenPicture::draw(Renderer& renderer, const memory::SceneFrame& frame, int widthPx, int heightPx,
+                             const RenderOptions& options) {
     if (widthPx <= 0 || heightPx <= 0)
         throw std::runtime_error("headless rendering: the picture needs a positive size");
-    Context& c = *context_;
-    c.makeCurrent();
+    Buffers& c = *buffers_;
+    GLint previousFramebuffer = 0;
+    glGetIntegerv(GL_FRAMEBUFFER_BINDING, &previousFramebuffer);
     c.resize(widthPx, heightPx);
     glBindFramebuffer(GL_FRAMEBUFFER, c.multisampledFramebuffer);
-    c.renderer->draw(frame, widthPx, heightPx, options);
+    renderer.draw(frame, widthPx, heightPx, options);
     glBindFramebuffer(GL_READ_FRAMEBUFFER, c.multisampledFramebuffer);
     glBindFramebuffer(GL_DRAW_FRAMEBUFFER, c.resolvedFramebuffer);
     glBlitFramebuffer(0, 0, widthPx, heightPx, 0, 0, widthPx, heightPx, GL_COLOR_BUFFER_BIT, GL_NEAREST);
     glBindFramebuffer(GL_READ_FRAMEBUFFER, c.resolvedFramebuffer);
-
     Image image;
     image.width = widthPx;
     image.height = heightPx;
@@ -207,7 +226,7 @@ Image HeadlessRenderer::render(const memory::SceneFrame& frame, int widthPx, int
     std::vector<std::uint8_t> bottomUp(stride * static_cast<std::size_t>(heightPx));
     glPixelStorei(GL_PACK_ALIGNMENT, 1);
     glReadPixels(0, 0, widthPx, heightPx, GL_RGBA, GL_UNSIGNED_BYTE, bottomUp.data());
-    glBindFramebuffer(GL_FRAMEBUFFER, 0);
+    glBindFramebuffer(GL_FRAMEBUFFER, static_cast<GLuint>(previousFramebuffer));
     image.rgba.resize(bottomUp.size());
     for (int y = 0; y < heightPx; ++y)
         std::copy_n(bottomUp.data() + static_cast<std::size_t>(heightPx - 1 - y) * stride, stride,

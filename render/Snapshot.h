@@ -23,6 +23,28 @@ void writePng(const Image& image, const std::filesystem::path& path);
 /// Reads a PNG file as RGBA. Throws std::runtime_error when it cannot be read.
 Image readPng(const std::filesystem::path& path);
 
+/// The app's scene view draws with 4x multisampling (SCNAntialiasingModeMultisampling4X).
+inline constexpr int kDeviceSamples = 4;
+
+/// A picture drawn by a renderer into framebuffers of its own in the OpenGL context current
+/// now (a window's, for instance) and read back, leaving the framebuffer bound before as it
+/// was. Make, use and destroy it with that context current.
+class OffscreenPicture {
+public:
+    explicit OffscreenPicture(int samples = kDeviceSamples);
+    ~OffscreenPicture();
+    OffscreenPicture(const OffscreenPicture&) = delete;
+    OffscreenPicture& operator=(const OffscreenPicture&) = delete;
+
+    /// `frame` drawn by `renderer` (made in the same context) at widthPx x heightPx.
+    Image draw(Renderer& renderer, const memory::SceneFrame& frame, int widthPx, int heightPx,
+               const RenderOptions& options = {});
+
+private:
+    struct Buffers;
+    std::unique_ptr<Buffers> buffers_;
+};
+
 /// A headless OpenGL context (EGL surfaceless) with its own Renderer, drawing into an
 /// offscreen framebuffer: 4x multisampled by default, as the app's scene view draws
 /// (snapshots and golden images), or with one sample a pixel, as the live window draws.
@@ -31,7 +53,6 @@ Image readPng(const std::filesystem::path& path);
 /// when no EGL display or OpenGL 3.3 core / OpenGL ES 3.0 context can be had.
 class HeadlessRenderer {
 public:
-    static constexpr int kDeviceSamples = 4;  ///< the app's SCNAntialiasingModeMultisampling4X
     explicit HeadlessRenderer(int samples = kDeviceSamples);
     ~HeadlessRenderer();
     HeadlessRenderer(const HeadlessRenderer&) = delete;

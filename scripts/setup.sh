@@ -11,6 +11,7 @@ packages=(
   libassimp-dev libstb-dev libfreetype-dev fonts-dejavu-core
   libepoxy-dev libegl-dev libegl-mesa0 libgl1-mesa-dri libsdl2-dev libimgui-dev
   libglu1-mesa-dev libfontconfig-dev libssl-dev assimp-utils libplist-dev nodejs
+  xvfb xauth xdotool
   "$@"
 )
 root=$(cd "$(dirname "$0")/.." && pwd)

@@ -136,6 +136,13 @@ void LiveSession::advanceTo(double time) {
 }
 
 void LiveSession::finish(double time) {
+    // Quitting right after a click is no second tap: the tap's end, held back while a double tap
+    // could follow, still reaches the app before the last dump.
+    if (!recognition_.touching())
+        if (const std::optional<double> due = recognition_.deadline()) {
+            time = std::max(time, *due);
+            advanceTo(time);
+        }
     dump(time);
     if (recording_) recording_->flush();
 }

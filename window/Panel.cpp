@@ -3,6 +3,7 @@
 #include "app/ViewController.h"
 #include "platform/memory/PlatformJson.h"
 #include "sim/StateDump.h"
+#include "window/SdlInput.h"
 
 #include <imgui.h>
 
@@ -47,8 +48,8 @@ void nodeTree(const memory::MemoryNode& node, bool open = false) {
 
 }  // namespace
 
-void Panel::draw(sim::Simulator& simulator, const LiveSession& session, render::RenderOptions& options, float x,
-                 float y, float width, float height) {
+void Panel::draw(sim::Simulator& simulator, const LiveSession& session, render::RenderOptions& options,
+                 double drawnFramesPerSecond, float x, float y, float width, float height) {
     auto& platform = simulator.platform();
     auto& view = *platform.view;
     ImGui::SetNextWindowPos(ImVec2(x, y));
@@ -58,7 +59,8 @@ void Panel::draw(sim::Simulator& simulator, const LiveSession& session, render::
                      ImGuiWindowFlags_NoSavedSettings);
 
     if (ImGui::CollapsingHeader("App", ImGuiTreeNodeFlags_DefaultOpen)) {
-        ImGui::Text("time %.2f s (%lu live frames)", platform.time, session.framesRun());
+        ImGui::Text("time %.2f s (%lu simulation steps)", platform.time, session.framesRun());
+        ImGui::Text("drawn: %.0f frames a second", drawnFramesPerSecond);
         const int body = static_cast<int>(selectedBody);
         ImGui::Text("selected body: %d %s", body, simulator.bodyName(body).c_str());
         ImGui::Text("gestureHandled: %s   isTextShown: %s", gestureHandled ? "true" : "false",
@@ -93,7 +95,9 @@ void Panel::draw(sim::Simulator& simulator, const LiveSession& session, render::
                 ImGui::Text("%s %s %s", call.op.c_str(), call.target ? call.target->c_str() : "-",
                             call.args.dump().c_str());
             }
-        if (calls.size() != callsSeen_) ImGui::SetScrollHereY(1.0f);
+        // Newest lines in view: when the log grows, and on the first frames, before the child
+        // knows its height.
+        if (calls.size() != callsSeen_ || panelFrames_ < kSettlingFrames) ImGui::SetScrollHereY(1.0f);
         ImGui::EndChild();
     }
     callsSeen_ = calls.size();
@@ -108,12 +112,10 @@ void Panel::draw(sim::Simulator& simulator, const LiveSession& session, render::
     linesSeen_ = lines.size();
 
     if (ImGui::CollapsingHeader("Controls")) {
-        ImGui::TextWrapped(
-            "Click: touch. Double click: double tap. Hold 0.5 s: long press. Drag: pan. Wheel or Ctrl+drag "
-            "up/down: pinch. Right drag: rotate. Middle drag: look around. W/S A/D R/F: walk; arrows: turn "
-            "and look. P: dump. Esc: quit.");
+        ImGui::TextWrapped("%s", kControls);
     }
     ImGui::End();
+    ++panelFrames_;
 }
 
 }  // namespace orrery::window

@@ -14,12 +14,14 @@ class Panel {
 public:
     /// Draws the panel into the rectangle (window coordinates) inside the current ImGui frame;
     /// its check boxes switch the drawing options.
-    void draw(sim::Simulator& simulator, const LiveSession& session, render::RenderOptions& options, float x, float y,
-              float width, float height);
+    void draw(sim::Simulator& simulator, const LiveSession& session, render::RenderOptions& options,
+              double drawnFramesPerSecond, float x, float y, float width, float height);
 
 private:
     std::size_t callsSeen_ = 0;  ///< scrolls the log to its end when it grows
     std::size_t linesSeen_ = 0;
+    static constexpr unsigned kSettlingFrames = 3;
+    unsigned panelFrames_ = 0;
 };
 
 }  // namespace orrery::window

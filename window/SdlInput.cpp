@@ -1,5 +1,7 @@
 #include "window/SdlInput.h"
 
+#include <algorithm>
+#include <cmath>
 #include <iostream>
 #include <optional>
 
@@ -29,13 +31,33 @@ CGPoint ScreenArea::toPoints(double windowX, double windowY) const {
     return {(windowX - x) * points.width / width, (windowY - y) * points.height / height};
 }
 
+ScreenArea letterbox(int width, int height, CGSize points) {
+    ScreenArea area;
+    area.points = points;
+    const double scale = std::min(width / points.width, height / points.height);
+    area.width = std::max(1, static_cast<int>(std::lround(points.width * scale)));
+    area.height = std::max(1, static_cast<int>(std::lround(points.height * scale)));
+    area.x = (width - area.width) / 2;
+    area.y = (height - area.height) / 2;
+    return area;
+}
+
 bool ScreenArea::contains(int windowX, int windowY) const {
     return windowX >= x && windowX < x + width && windowY >= y && windowY < y + height;
+}
+
+void SdlInput::flushMotion() {
+    if (!pendingMoveTime_) return;
+    const double time = *pendingMoveTime_;
+    pendingMoveTime_.reset();
+    if (buttonsDown_ > 0) session_.mouse({MouseInput::Kind::move, MouseInput::Button::left, time, mouse_});
 }
 
 bool SdlInput::handle(const SDL_Event& event, double time) {
     using Kind = MouseInput::Kind;
     using Button = MouseInput::Button;
+    // Whatever else happens, the fingers first reach where the mouse went before it.
+    if (event.type != SDL_MOUSEMOTION) flushMotion();
     switch (event.type) {
     case SDL_QUIT: return false;
     case SDL_KEYDOWN:
@@ -79,7 +101,7 @@ bool SdlInput::handle(const SDL_Event& event, double time) {
             const CGPoint scale = area_.toPoints(area_.x + 1, area_.y + 1);
             session_.look(time, event.motion.xrel * scale.x, event.motion.yrel * scale.y);
         } else if (buttonsDown_ > 0) {
-            session_.mouse({Kind::move, Button::left, time, mouse_});
+            pendingMoveTime_ = time;  // handed on by flushMotion, once a frame
         } else {
             session_.advanceTo(time);
         }

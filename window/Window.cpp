@@ -4,6 +4,7 @@
 #include "window/SdlInput.h"
 
 #include "render/Renderer.h"
+#include "render/Snapshot.h"
 
 #include <SDL.h>
 #include <epoxy/gl.h>
@@ -12,6 +13,8 @@
 #include <imgui.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <filesystem>
 #include <cmath>
 #include <exception>
 #include <iostream>
@@ -22,25 +25,39 @@ namespace orrery::window {
 namespace {
 
 constexpr int kPanelWidth = 400;
+/// Frames are paced to the display; where it does not wait (no vsync, a virtual display) the
+/// loop waits itself, so that a window never takes more than it can show.
+constexpr double kFrameSeconds = 1.0 / 60.0;
 
-/// The phone's screen at the left, the panel to its right; the screen keeps its shape.
+/// The panel's width at the right of a window `windowWidth` wide: at most half the window.
+int panelWidth(int windowWidth) { return std::min(kPanelWidth, std::max(windowWidth, 2) / 2); }
+
+/// The phone's screen: the largest rectangle of its shape left of the panel, centred there
+/// (letterboxed, never stretched or cropped), so that a click lands where the picture shows it.
 ScreenArea screenArea(SDL_Window* window, CGSize points) {
     int w = 0, h = 0;
     SDL_GetWindowSize(window, &w, &h);
-    ScreenArea area;
-    area.points = points;
-    area.height = std::max(h, 1);
-    area.width = std::max(1, static_cast<int>(std::lround(area.height * points.width / points.height)));
-    area.width = std::min(area.width, std::max(1, w - kPanelWidth));
-    return area;
+    return letterbox(std::max(1, w - panelWidth(w)), std::max(1, h), points);
+}
+
+/// Why there is no display, when there is none: SDL would quietly fall back to an invisible
+/// offscreen window, which only a test asks for (SDL_VIDEODRIVER=offscreen).
+const char* missingDisplay() {
+    if (std::getenv("SDL_VIDEODRIVER")) return nullptr;
+    if (std::getenv("DISPLAY") || std::getenv("WAYLAND_DISPLAY")) return nullptr;
+    return "no display (neither DISPLAY nor WAYLAND_DISPLAY is set); run it on a desktop, or under xvfb-run";
 }
 
 }  // namespace
 
 int runWindow(sim::Simulator& simulator, Recording* recording, const LiveSession::Print& print) {
+    if (const char* why = missingDisplay()) {
+        std::cerr << "orrery-sim: no window: " << why << '\n';
+        return 2;
+    }
     if (SDL_Init(SDL_INIT_VIDEO) != 0) {
         std::cerr << "orrery-sim: no window: " << SDL_GetError() << '\n';
-        return 1;
+        return 2;
     }
     SDL_GL_SetAttribute(SDL_GL_CONTEXT_PROFILE_MASK, SDL_GL_CONTEXT_PROFILE_CORE);
     SDL_GL_SetAttribute(SDL_GL_CONTEXT_MAJOR_VERSION, 3);
@@ -63,7 +80,7 @@ int runWindow(sim::Simulator& simulator, Recording* recording, const LiveSession
         std::cerr << "orrery-sim: no window with OpenGL 3.3: " << SDL_GetError() << '\n';
         if (window) SDL_DestroyWindow(window);
         SDL_Quit();
-        return 1;
+        return 2;
     }
     SDL_GL_MakeCurrent(window, context);
     SDL_GL_SetSwapInterval(1);
@@ -83,32 +100,43 @@ int runWindow(sim::Simulator& simulator, Recording* recording, const LiveSession
     }
     render::RenderOptions renderOptions;
 
+    // Snapshots (F12) draw with this window's renderer into framebuffers of this context: a
+    // second context of another API (EGL beside GLX) cannot be made current on X11.
+    std::unique_ptr<render::OffscreenPicture> picture;
+    const auto previousHook = simulator.snapshotHook;
+    if (renderer) {
+        picture = std::make_unique<render::OffscreenPicture>();
+        simulator.snapshotHook = [&](const memory::SceneFrame& frame, const std::filesystem::path& file, int width,
+                                     int height) {
+            render::writePng(picture->draw(*renderer, frame, width, height), file);
+        };
+    }
+
     LiveSession session(simulator, print, recording);
     SdlInput input(session, screenArea(window, points));
     Panel panel;
     const Uint32 start = SDL_GetTicks();
+    const Uint64 ticksPerSecond = SDL_GetPerformanceFrequency();
+    Uint64 frameStart = SDL_GetPerformanceCounter(), rateStart = frameStart;
+    int framesThisSecond = 0;
+    double drawnFramesPerSecond = 0;
     double now = 0;
-    int snapshotsSeen = 0;
     bool running = true;
     while (running) {
         const ScreenArea area = screenArea(window, points);
         input.setArea(area);
         SDL_Event event;
-        while (SDL_PollEvent(&event)) {
+        while (running && SDL_PollEvent(&event)) {
             ImGui_ImplSDL2_ProcessEvent(&event);
             // Events keep their own time, never earlier than what already ran.
             const double at = std::max(now, (static_cast<double>(event.common.timestamp) - start) / 1000.0);
             if (!input.handle(event, at)) running = false;
         }
+        input.flushMotion();
         now = std::max(now, (SDL_GetTicks() - start) / 1000.0);
         session.advanceTo(now);
+        if (!running) break;
 
-        if (session.snapshotsTaken() != snapshotsSeen) {
-            // A snapshot draws in a context of its own; SDL takes its context for current until told otherwise.
-            snapshotsSeen = session.snapshotsTaken();
-            SDL_GL_MakeCurrent(window, nullptr);
-            SDL_GL_MakeCurrent(window, context);
-        }
         int drawableWidth = 0, drawableHeight = 0, windowWidth = 0, windowHeight = 0;
         SDL_GL_GetDrawableSize(window, &drawableWidth, &drawableHeight);
         SDL_GetWindowSize(window, &windowWidth, &windowHeight);
@@ -116,22 +144,38 @@ int runWindow(sim::Simulator& simulator, Recording* recording, const LiveSession
         glViewport(0, 0, drawableWidth, drawableHeight);
         glClearColor(0.08f, 0.08f, 0.1f, 1.0f);
         glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
-        const int screenWidth = static_cast<int>(std::lround(area.width * pixels));
-        glViewport(0, 0, screenWidth, drawableHeight);
-        if (renderer) renderer->draw(simulator.platform().view->frame(), screenWidth, drawableHeight, renderOptions);
+        const auto px = [&](int points) { return static_cast<int>(std::lround(points * pixels)); };
+        const render::Viewport screen{px(area.x), drawableHeight - px(area.y + area.height), px(area.width),
+                                      px(area.height)};
+        if (renderer) renderer->draw(simulator.platform().view->frame(), screen, renderOptions);
 
         ImGui_ImplOpenGL3_NewFrame();
         ImGui_ImplSDL2_NewFrame();
         ImGui::NewFrame();
-        panel.draw(simulator, session, renderOptions, static_cast<float>(area.width), 0.0f,
-                   static_cast<float>(std::max(windowWidth - area.width, 1)), static_cast<float>(windowHeight));
+        const int panelX = std::max(1, windowWidth - panelWidth(windowWidth));
+        panel.draw(simulator, session, renderOptions, drawnFramesPerSecond, static_cast<float>(panelX), 0.0f,
+                   static_cast<float>(std::max(windowWidth - panelX, 1)), static_cast<float>(windowHeight));
         ImGui::Render();
         glViewport(0, 0, drawableWidth, drawableHeight);
         ImGui_ImplOpenGL3_RenderDrawData(ImGui::GetDrawData());
         SDL_GL_SwapWindow(window);
+
+        const Uint64 frameEnd = SDL_GetPerformanceCounter();
+        const double spent = static_cast<double>(frameEnd - frameStart) / static_cast<double>(ticksPerSecond);
+        if (spent < kFrameSeconds) SDL_Delay(static_cast<Uint32>((kFrameSeconds - spent) * 1000.0));
+        frameStart = SDL_GetPerformanceCounter();
+        ++framesThisSecond;
+        const double rateSeconds = static_cast<double>(frameStart - rateStart) / static_cast<double>(ticksPerSecond);
+        if (rateSeconds >= 1.0) {
+            drawnFramesPerSecond = framesThisSecond / rateSeconds;
+            framesThisSecond = 0;
+            rateStart = frameStart;
+        }
     }
     session.finish(now);
-    renderer.reset();  // while its context is current
+    simulator.snapshotHook = previousHook;
+    picture.reset();  // while its context is current
+    renderer.reset();
 
     ImGui_ImplOpenGL3_Shutdown();
     ImGui_ImplSDL2_Shutdown();

@@ -11,7 +11,7 @@ namespace orrery::window {
 
 /// Opens the window and runs until it is closed (Escape or the window's close button). Every
 /// line the session runs goes to `recording` (may be null); what `dump` and `calls` print goes
-/// to `print`. Ends with a dump of the final state. Returns 0, or 1 with a message on standard
+/// to `print`. Ends with a dump of the final state. Returns 0, or 2 with a message on standard
 /// error when no window can be opened.
 int runWindow(sim::Simulator& simulator, Recording* recording, const LiveSession::Print& print);
 
