@@ -1,4 +1,5 @@
 #include "sim/Scenario.h"
+#include "platform/memory/numbers/NumberText.h"
 
 #include "sim/Quoting.h"
 
@@ -217,7 +218,7 @@ std::optional<double> parseNumber(std::string_view word) {
         if (!word.empty() && word.front() == '-') return std::nullopt;
     }
     double value = 0;
-    auto [end, ec] = std::from_chars(word.data(), word.data() + word.size(), value, std::chars_format::general);
+    auto [end, ec] = numbers::readNumber(word.data(), word.data() + word.size(), value);
     if (ec != std::errc() || end != word.data() + word.size() || !std::isfinite(value)) return std::nullopt;
     return value;
 }

@@ -1,4 +1,5 @@
 #include "window/InputMapping.h"
+#include "platform/memory/numbers/NumberText.h"
 
 #include <charconv>
 #include <cmath>
@@ -25,13 +26,13 @@ CGPoint centroidOf(const std::vector<CGPoint>& fingers) {
 
 std::string formatNumber(double value) {
     char buf[64];
-    auto end = std::to_chars(buf, buf + sizeof buf, value).ptr;
+    auto end = numbers::writeNumber(buf, buf + sizeof buf, value).ptr;
     return {buf, end};
 }
 
 std::string formatFloat(float value) {
     char buf[64];
-    auto end = std::to_chars(buf, buf + sizeof buf, value).ptr;
+    auto end = numbers::writeNumber(buf, buf + sizeof buf, value).ptr;
     return {buf, end};
 }
 

@@ -957,7 +957,7 @@ std::shared_ptr<MemoryScene> loadColladaFile(const std::filesystem::path& file, 
     if (info.st_size < 0 || static_cast<std::uintmax_t>(info.st_size) > limits.fileBytes)
         return refuseFile(report, "the file is larger than " + std::to_string(limits.fileBytes >> 20) + " MB");
     const auto size = static_cast<std::size_t>(info.st_size);
-    auto bytes = std::make_unique_for_overwrite<char[]>(size + 1);
+    auto bytes = std::unique_ptr<char[]>(new char[size + 1]);  // filled by read() below
     std::size_t filled = 0;
     while (filled < size) {
         const ssize_t got = ::read(fd, bytes.get() + filled, size - filled);

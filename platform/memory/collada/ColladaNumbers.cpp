@@ -1,4 +1,5 @@
 #include "platform/memory/collada/ColladaNumbers.h"
+#include "platform/memory/numbers/NumberText.h"
 
 #include "platform/memory/text/Quoting.h"
 
@@ -59,7 +60,7 @@ const char* readFloat(const char* p, float& out) {
         return p;
     }
     const char* const from = *start == '+' ? start + 1 : start;
-    const auto [next, ec] = std::from_chars(from, p, out);
+    const auto [next, ec] = numbers::readNumber(from, p, out);
     if (ec != std::errc() || next != p || !std::isfinite(out)) return nullptr;
     return p;
 }
