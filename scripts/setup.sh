@@ -10,7 +10,7 @@ packages=(
   libpugixml-dev libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev
   libassimp-dev libstb-dev libfreetype-dev fonts-dejavu-core
   libepoxy-dev libegl-dev libegl-mesa0 libgl1-mesa-dri libsdl2-dev libimgui-dev
-  libglu1-mesa-dev libfontconfig-dev libssl-dev assimp-utils libplist-dev nodejs
+  libglu1-mesa-dev libssl-dev assimp-utils libplist-dev nodejs
   xvfb xauth xdotool
   "$@"
 )

@@ -1,6 +1,5 @@
 #include "platform/memory/text/GlyphOutlines.h"
 
-#include <fontconfig/fontconfig.h>
 #include <ft2build.h>
 #include FT_FREETYPE_H
 #include FT_OUTLINE_H
@@ -13,52 +12,31 @@ namespace orrery::memory {
 
 namespace {
 
-/// FreeType and the faces opened so far, for the life of the process.
+/// FreeType and the face, opened on first use for the life of the process.
 class FaceCache {
 public:
     ~FaceCache() {
-        for (auto& [file, face] : faces_)
-            if (face) FT_Done_Face(face);
+        if (face_) FT_Done_Face(face_);
         if (library_) FT_Done_FreeType(library_);
     }
 
-    /// The face fontconfig matches best for `family`, or null when there is none.
-    FT_Face faceFor(const std::string& family, std::string& file) {
-        auto found = fileByFamily_.find(family);
-        if (found == fileByFamily_.end()) found = fileByFamily_.emplace(family, match(family)).first;
-        file = found->second.first;
-        if (file.empty()) return nullptr;
-        auto [it, added] = faces_.try_emplace(file + '#' + std::to_string(found->second.second), nullptr);
-        if (added) {
-            if (!library_ && FT_Init_FreeType(&library_)) return nullptr;
-            if (FT_New_Face(library_, file.c_str(), found->second.second, &it->second)) it->second = nullptr;
+    /// The one face every text is laid out in, whatever family its font names, or null when it
+    /// cannot be opened. It is bundled (fonts/DejaVuSans.ttf), so that outlines are the same on
+    /// every machine and in the browser, which has no font service; the device's own faces are
+    /// not free to ship.
+    FT_Face face(std::string& file) {
+        file = ORRERY_TEXT_FACE;
+        if (!opened_) {
+            opened_ = true;
+            if (!FT_Init_FreeType(&library_) && FT_New_Face(library_, file.c_str(), 0, &face_)) face_ = nullptr;
         }
-        return it->second;
+        return face_;
     }
 
 private:
-    static std::pair<std::string, int> match(const std::string& family) {
-        std::pair<std::string, int> result{"", 0};
-        FcPattern* pattern = FcNameParse(reinterpret_cast<const FcChar8*>(family.c_str()));
-        if (!pattern) return result;
-        FcConfigSubstitute(nullptr, pattern, FcMatchPattern);
-        FcDefaultSubstitute(pattern);
-        FcResult outcome = FcResultNoMatch;
-        if (FcPattern* font = FcFontMatch(nullptr, pattern, &outcome)) {
-            FcChar8* file = nullptr;
-            int index = 0;
-            if (FcPatternGetString(font, FC_FILE, 0, &file) == FcResultMatch)
-                result.first = reinterpret_cast<const char*>(file);
-            if (FcPatternGetInteger(font, FC_INDEX, 0, &index) == FcResultMatch) result.second = index;
-            FcPatternDestroy(font);
-        }
-        FcPatternDestroy(pattern);
-        return result;
-    }
-
     FT_Library library_ = nullptr;
-    std::map<std::string, std::pair<std::string, int>> fileByFamily_;
-    std::map<std::string, FT_Face> faces_;
+    FT_Face face_ = nullptr;
+    bool opened_ = false;
 };
 
 using Point = std::array<double, 2>;
@@ -149,7 +127,7 @@ std::shared_ptr<TextLayout> computeLayout(FaceCache& cache, const std::string& t
                                           const std::optional<TextFont>& font) {
     auto layout = std::make_shared<TextLayout>();
     const double size = font ? font->size : kDefaultTextSize;
-    FT_Face face = cache.faceFor(font ? font->name : std::string("Helvetica"), layout->fontFile);
+    FT_Face face = cache.face(layout->fontFile);
     if (!face || face->units_per_EM == 0) return layout;
 
     OutlineWalk walk;

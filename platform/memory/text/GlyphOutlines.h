@@ -1,7 +1,7 @@
 #pragma once
 // Where glyph outlines come from: the one function a text backend provides. FreeTypeOutlines.cpp
-// reads them from the installed fonts through fontconfig and FreeType; a build without those
-// can provide the same function from outlines made beforehand.
+// reads them with FreeType from the face bundled in fonts/; a build without FreeType can
+// provide the same function from outlines made beforehand.
 
 #include "platform/memory/text/TextLayout.h"
 

@@ -3,12 +3,13 @@
 // box) and the renderer (the glyph outlines it tessellates), so that both see the same shape.
 //
 // Where the outlines come from is one function, outlineText (platform/memory/text/GlyphOutlines.h):
-// FreeTypeOutlines.cpp reads them from the installed fonts; a build without FreeType can
+// FreeTypeOutlines.cpp reads them from the bundled face; a build without FreeType can
 // provide it from outlines made beforehand. The cache and the box are shared.
 //
-// The face is the one fontconfig matches best for the font's name: "Optima" is not shipped
-// with Debian, and with only the project's fonts installed (fonts-dejavu-core) the match is
-// DejaVu Sans. Glyph outlines come from FreeType, unhinted, at the font's size in scene units
+// Every font's family is drawn in one face bundled with the unit, DejaVu Sans 2.37
+// (fonts/DejaVuSans.ttf, free licence in fonts/LICENSE-DejaVu.txt): the device's "Optima" and
+// "Helvetica" cannot be shipped, and one file gives the same outlines on every machine and in
+// the browser. Glyph outlines come from FreeType, unhinted, at the font's size in scene units
 // (a 1-point font gives glyphs about 1 unit tall); curves are flattened to straight segments
 // that stray at most `kTextFlatness` units from the curve, as the text geometry's default
 // flatness does, so small fonts come out visibly polygonal, as on the device.
@@ -29,7 +30,7 @@ inline constexpr double kTextFlatness = 0.6;
 /// Font size of text without a font (the platform's default text font is 36 points).
 inline constexpr double kDefaultTextSize = 36.0;
 
-/// A font as the text geometry names it: the family (matched by fontconfig) and the size in
+/// A font as the text geometry names it: the family (all drawn in the bundled face) and the size in
 /// text units.
 struct TextFont {
     std::string name;
@@ -46,7 +47,7 @@ struct TextBox {
 using TextContour = std::vector<std::array<double, 2>>;
 
 struct TextLayout {
-    std::string fontFile;               ///< the face file fontconfig chose
+    std::string fontFile;               ///< the face file the outlines came from
     std::vector<TextContour> contours;  ///< every glyph's contours at their place in the text
     /// The box of all contour points in x and y (empty when there is no visible glyph);
     /// z is set by textBounds.
