@@ -236,28 +236,6 @@ Image OffscreenPicture::draw(Renderer& renderer, const memory::SceneFrame& frame
     return image;
 }
 
-#if defined(__SANITIZE_ADDRESS__)
-// Mesa's driver and the LLVM it compiles shaders with keep allocations for the life of the
-// process, as does fontconfig for its configuration; LeakSanitizer is told to overlook those
-// libraries, and only those.
-extern "C" const char* __lsan_default_suppressions() {
-    return "leak:libEGL_mesa.so\n"
-           "leak:libGLX_mesa.so\n"
-           "leak:libglapi.so\n"
-           "leak:swrast_dri.so\n"
-           "leak:kms_swrast_dri.so\n"
-           "leak:libgallium\n"
-           "leak:libLLVM\n"
-           "leak:libfontconfig.so\n";
-}
-// Overlooked allocations are not news: a clean run prints nothing on standard error.
-// The driver's threads use dynamic TLS. The __tls_get_addr hook of GCC 12's sanitizers records
-// a block of it at a bogus address (seen as "DTLS 13 at 0x1189-0x180000228b"), and the leak scan
-// at exit crashes reading it, depending on how the test binary happens to be laid out. Without
-// the hook only static TLS is scanned; no allocation of this program lives only in dynamic TLS.
-extern "C" const char* __lsan_default_options() { return "print_suppressions=0:intercept_tls_get_addr=0"; }
-#endif
-
 void snapshot(const memory::SceneFrame& frame, const std::filesystem::path& path, int widthPx, int heightPx,
               const RenderOptions& options) {
     thread_local std::unique_ptr<HeadlessRenderer> headless;
