@@ -178,9 +178,8 @@ std::shared_ptr<TextLayout> outlineText(const std::string& text, const std::opti
 }
 
 #if defined(__SANITIZE_ADDRESS__)
-// fontconfig keeps allocations for its configuration for the life of the process, as do Mesa's
-// driver and the LLVM it compiles shaders with in the programs that draw (render/, which builds
-// on this unit); LeakSanitizer is told to overlook those libraries, and only those. A program may
+// Mesa's driver and the LLVM it compiles shaders with keep allocations for the life of the
+// process in the programs that draw (render/, which builds on this unit); LeakSanitizer is told to overlook those libraries, and only those. A program may
 // say this once, so it is said here, in the one unit below every program that lays out text or
 // draws.
 extern "C" const char* __lsan_default_suppressions() {
@@ -190,8 +189,7 @@ extern "C" const char* __lsan_default_suppressions() {
            "leak:swrast_dri.so\n"
            "leak:kms_swrast_dri.so\n"
            "leak:libgallium\n"
-           "leak:libLLVM\n"
-           "leak:libfontconfig.so\n";
+           "leak:libLLVM\n";
 }
 // Overlooked allocations are not news: a clean run prints nothing on standard error.
 // The driver's threads use dynamic TLS. The __tls_get_addr hook of GCC 12's sanitizers records

@@ -17,7 +17,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <regex>
 #include <set>
 #include <sstream>
 #include <stdexcept>
@@ -269,10 +268,24 @@ std::string stringAt(plist_t dict, const char* key) {
 /// The Objective-C methods a file implements, as selectors ("application:didFinishLaunchingWithOptions:").
 std::set<std::string> implementedSelectors(const std::string& source) {
     std::set<std::string> selectors;
-    const std::regex method(R"(^- \([^)]*\)([^{;]*)\{)", std::regex::multiline);
-    const std::regex argument(R"(\([^)]*\)\s*\w+|\s+)");  // "(UIApplication*)application" and spaces
-    for (auto m = std::sregex_iterator(source.begin(), source.end(), method); m != std::sregex_iterator(); ++m)
-        selectors.insert(std::regex_replace((*m)[1].str(), argument, ""));
+    std::istringstream lines(source);
+    for (std::string line; std::getline(lines, line);) {
+        if (!line.starts_with("- (")) continue;
+        // After the return type, up to the body: keywords, and each argument as "(type)name".
+        const std::size_t from = line.find(')') + 1, to = line.find('{');
+        std::string selector;
+        for (std::size_t i = from; i < std::min(to, line.size()); ++i) {
+            if (line[i] == '(') {
+                i = line.find(')', i);
+                while (i + 1 < line.size() &&
+                       (std::isalnum(static_cast<unsigned char>(line[i + 1])) || line[i + 1] == '_'))
+                    ++i;
+            } else if (!std::isspace(static_cast<unsigned char>(line[i]))) {
+                selector += line[i];
+            }
+        }
+        selectors.insert(selector);
+    }
     return selectors;
 }
 
@@ -310,11 +323,9 @@ TEST(AppShell, OneWindowSceneMadeFromTheMainStoryboardByADelegateWithNothingOfIt
     const std::string delegate = stringAt(scene, "UISceneDelegateClassName");
     ASSERT_NE(delegate, "");
     const std::string header = readFile(kRoot / "app" / (delegate + ".h"));
-    EXPECT_TRUE(
-        std::regex_search(header, std::regex("@interface " + delegate + R"( : UIResponder <UIWindowSceneDelegate>)")))
+    EXPECT_TRUE(header.find("@interface " + delegate + " : UIResponder <UIWindowSceneDelegate>") != std::string::npos)
         << header;
-    EXPECT_TRUE(std::regex_search(header, std::regex(R"(@property\(strong, nonatomic\) UIWindow\* window;)")))
-        << header;
+    EXPECT_TRUE(header.find("@property(strong, nonatomic) UIWindow* window;") != std::string::npos) << header;
     const std::string source = readFile(kRoot / "app" / (delegate + ".mm"));
     EXPECT_NE(source.find("@implementation " + delegate), std::string::npos);
     EXPECT_EQ(implementedSelectors(source), std::set<std::string>{});
