@@ -244,5 +244,30 @@ TEST_F(SdlEvents, MouseAndKeysBecomeScenarioLines) {
     EXPECT_FALSE(send(key(true, SDLK_ESCAPE), 8.0));
 }
 
+TEST_F(SdlEvents, ADragMovesTheFingersOnceADrawnFrameToWhereTheMouseWent) {
+    Live live;
+    SdlInput input(live.session, {100, 0, 780, 1688});  // two window pixels a point
+    input_ = &input;
+    const auto& lines = live.session.history();
+    send(button(true, 300, 400), 1.0);
+    // 200 one-pixel steps in 0.2 s, as a fast mouse reports them; the window hands the fingers on
+    // once after each frame's events (12 frames).
+    int x = 300;
+    for (int frame = 0; frame < 12; ++frame) {
+        for (int step = 0; step < 200 / 12 + (frame < 200 % 12); ++step)
+            send(motion(++x, 400, 1, 0), 1.0 + frame / 60.0);
+        input.flushMotion();
+        live.session.advanceTo(1.0 + (frame + 1) / 60.0);
+    }
+    send(button(false, x, 400), 1.25);
+    ASSERT_EQ(x, 500);
+    const auto changed =
+        std::count_if(lines.begin(), lines.end(), [](const std::string& l) { return l.starts_with("pan changed"); });
+    EXPECT_LE(changed, 12) << ::testing::PrintToString(lines);
+    EXPECT_GE(changed, 10) << ::testing::PrintToString(lines);
+    ASSERT_FALSE(lines.empty());
+    EXPECT_EQ(lines.back(), "pan ended 200,200 100 0");  // the whole 100 points, once
+}
+
 }  // namespace
 }  // namespace orrery::window
