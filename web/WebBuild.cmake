@@ -1,0 +1,38 @@
+# The browser build, configured by scripts/web-build.sh with emscripten (emcmake): the units
+# that need neither a window system nor EGL, compiled for WebAssembly with the project's
+# warnings-as-errors flags, and their tests run under node (emscripten's toolchain makes node
+# the emulator, so ctest runs them as it runs native ones).
+include(${CMAKE_CURRENT_LIST_DIR}/third_party/ThirdParty.cmake)
+
+# Exceptions are off in emscripten unless asked for; tests read the real file system.
+add_compile_options(-fexceptions)
+add_link_options(-fexceptions -sALLOW_MEMORY_GROWTH=1)
+set(ORRERY_NODE_LINK_OPTIONS -sNODERAWFS=1 -sEXIT_RUNTIME=1 -sWASM_ASYNC_COMPILATION=0)
+
+# GoogleTest from Debian's sources (googletest package), built like the rest.
+set(gtest_disable_pthreads ON CACHE BOOL "" FORCE)
+add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL)
+foreach(library gtest gmock gtest_main)
+  target_compile_options(${library} PRIVATE -w)
+  if(NOT TARGET GTest::${library})
+    add_library(GTest::${library} ALIAS ${library})
+  endif()
+endforeach()
+
+set(ORRERY_TEXT_FACE "${CMAKE_CURRENT_SOURCE_DIR}/platform/memory/text/fonts/DejaVuSans.ttf")
+orrery_unit(orrery_numbers platform/memory/numbers)
+orrery_unit(orrery_geometry platform/memory/geometry PRIVATE PkgConfig::GLU)
+orrery_unit(orrery_text platform/memory/text LINK orrery_geometry PRIVATE Freetype::Freetype)
+target_compile_definitions(orrery_text PRIVATE ORRERY_TEXT_FACE="${ORRERY_TEXT_FACE}")
+
+# What cannot run under node, in one place:
+# - death tests (tests/platform/FatalTest.cpp): node has no fork or signals to watch a stop;
+# - tests that start another program (tests/support/Programs.h): no posix_spawn;
+# - everything that draws (render/, window/): EGL and SDL are the desktop's.
+orrery_tests(orrery_logic_tests SOURCES tests/app/ProcessStateTest.cpp tests/content/BodyCatalogTest.cpp LINK orrery_logic)
+orrery_tests(orrery_numbers_tests SOURCES tests/platform/memory/numbers/*.cpp LINK orrery_numbers)
+orrery_tests(orrery_geometry_tests SOURCES tests/platform/memory/geometry/*.cpp LINK orrery_geometry)
+orrery_tests(orrery_text_tests SOURCES tests/platform/memory/text/*.cpp LINK orrery_text Freetype::Freetype)
+foreach(name orrery_logic_tests orrery_numbers_tests orrery_geometry_tests orrery_text_tests)
+  target_link_options(${name} PRIVATE ${ORRERY_NODE_LINK_OPTIONS})
+endforeach()
