@@ -295,6 +295,8 @@ function(scheme_reference out depth)
 endfunction()
 scheme_reference(build_reference 4)
 scheme_reference(run_reference 3)
+# What running and profiling start: the app.
+set(runnable "      <BuildableProductRunnable\n         runnableDebuggingMode = \"0\">\n${run_reference}      </BuildableProductRunnable>\n")
 set(debugger "selectedDebuggerIdentifier = \"Xcode.DebuggerFoundation.Debugger.LLDB\"\n      selectedLauncherIdentifier = \"Xcode.DebuggerFoundation.Launcher.LLDB\"")
 file(WRITE "${SCHEME}" "<?xml version=\"1.0\" encoding=\"UTF-8\"?>
 <Scheme
@@ -327,20 +329,14 @@ ${build_reference}         </BuildActionEntry>
       debugDocumentVersioning = \"YES\"
       debugServiceExtension = \"internal\"
       allowLocationSimulation = \"YES\">
-      <BuildableProductRunnable
-         runnableDebuggingMode = \"0\">
-${run_reference}      </BuildableProductRunnable>
-   </LaunchAction>
+${runnable}   </LaunchAction>
    <ProfileAction
       buildConfiguration = \"Release\"
       shouldUseLaunchSchemeArgsEnv = \"YES\"
       savedToolIdentifier = \"\"
       useCustomWorkingDirectory = \"NO\"
       debugDocumentVersioning = \"YES\">
-      <BuildableProductRunnable
-         runnableDebuggingMode = \"0\">
-${run_reference}      </BuildableProductRunnable>
-   </ProfileAction>
+${runnable}   </ProfileAction>
    <AnalyzeAction
       buildConfiguration = \"Debug\">
    </AnalyzeAction>
