@@ -73,6 +73,12 @@ inline Matrix perspective(float verticalFieldOfView, float aspect, float nearPla
 /// sRGB-encoded component to linear light.
 inline float srgbToLinear(float c) { return c <= 0.04045f ? c / 12.92f : std::pow((c + 0.055f) / 1.055f, 2.4f); }
 
+/// Linear light to an sRGB-encoded component, clamped to 0..1.
+inline float linearToSrgb(float linear) {
+    linear = linear < 0.0f ? 0.0f : (linear > 1.0f ? 1.0f : linear);
+    return linear <= 0.0031308f ? linear * 12.92f : 1.055f * std::pow(linear, 1.0f / 2.4f) - 0.055f;
+}
+
 inline Colour linearFromSrgb(float r, float g, float b, float a = 1) {
     return {srgbToLinear(r), srgbToLinear(g), srgbToLinear(b), a};
 }

@@ -167,7 +167,7 @@ Colour encodedColour(const UIColor& c) {
 /// Vertex colours (built in linear light) encoded for the shader.
 void encodeColours(std::vector<Vertex>& vertices) {
     for (Vertex& v : vertices)
-        for (std::size_t c = 0; c < 3; ++c) v.color[c] = encodeSrgb(v.color[c]);
+        for (std::size_t c = 0; c < 3; ++c) v.color[c] = linearToSrgb(v.color[c]);
 }
 
 }  // namespace
@@ -281,32 +281,34 @@ struct Renderer::State {
                  std::vector<DrawItem>& items) {
         if (node.nodeGeometry()) {
             const GpuMesh* mesh = meshFor(node.nodeGeometry());
-            const Matrix world = mesh ? fromSimd(node.worldTransform()) : Matrix{};
-            const Matrix modelViewProjection = mesh ? multiply(viewProjection, world) : Matrix{};
-            // What the camera cannot see costs nothing more (the label behind the viewer, copies aside).
-            if (mesh && mesh->indexCount > 0 && !outsideView(modelViewProjection, mesh->lo, mesh->hi)) {
-                DrawItem item;
-                item.mesh = mesh;
-                item.modelViewProjection = modelViewProjection;
-                const Matrix inView = multiply(view, world);
-                item.viewDepth = -inView[14];
-                std::shared_ptr<memory::MemoryMaterial> material;
-                if (const auto* m = dynamic_cast<const MemoryMeshGeometry*>(node.nodeGeometry().get()))
-                    material = m->materials.empty() ? nullptr : m->materials.front();
-                else if (const auto* t = dynamic_cast<const MemoryTextGeometry*>(node.nodeGeometry().get()))
-                    material = t->material;
-                if (material && material->diffuseProperty) {
-                    const memory::MaterialContents& contents = material->diffuseProperty->contents;
-                    if (const auto* c = std::get_if<UIColor>(&contents)) {
-                        item.colour = encodedColour(*c);
-                        item.translucent = c->alpha < 1.0;
-                    } else if (const auto* path = std::get_if<std::string>(&contents)) {
-                        const GpuTexture& tex = textureFor(*path);
-                        if (tex.name) item.texture = &tex;
-                        item.translucent = tex.translucent;
+            if (mesh && mesh->indexCount > 0) {
+                const Matrix world = fromSimd(node.worldTransform());
+                const Matrix modelViewProjection = multiply(viewProjection, world);
+                // What the camera cannot see costs nothing more (the label behind the viewer, copies aside).
+                if (!outsideView(modelViewProjection, mesh->lo, mesh->hi)) {
+                    DrawItem item;
+                    item.mesh = mesh;
+                    item.modelViewProjection = modelViewProjection;
+                    const Matrix inView = multiply(view, world);
+                    item.viewDepth = -inView[14];
+                    std::shared_ptr<memory::MemoryMaterial> material;
+                    if (const auto* m = dynamic_cast<const MemoryMeshGeometry*>(node.nodeGeometry().get()))
+                        material = m->materials.empty() ? nullptr : m->materials.front();
+                    else if (const auto* t = dynamic_cast<const MemoryTextGeometry*>(node.nodeGeometry().get()))
+                        material = t->material;
+                    if (material && material->diffuseProperty) {
+                        const memory::MaterialContents& contents = material->diffuseProperty->contents;
+                        if (const auto* c = std::get_if<UIColor>(&contents)) {
+                            item.colour = encodedColour(*c);
+                            item.translucent = c->alpha < 1.0;
+                        } else if (const auto* path = std::get_if<std::string>(&contents)) {
+                            const GpuTexture& tex = textureFor(*path);
+                            if (tex.name) item.texture = &tex;
+                            item.translucent = tex.translucent;
+                        }
                     }
+                    items.push_back(item);
                 }
-                items.push_back(item);
             }
         }
         for (const auto& child : node.children()) collect(*child, viewProjection, view, items);

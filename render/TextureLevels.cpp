@@ -1,5 +1,7 @@
 #include "render/TextureLevels.h"
 
+#include "render/GlMath.h"
+
 #include <stb/stb_image.h>
 
 #include <algorithm>
@@ -9,21 +11,12 @@
 
 namespace orrery::render {
 
-float encodeSrgb(float linear) {
-    linear = std::clamp(linear, 0.0f, 1.0f);
-    return linear <= 0.0031308f ? linear * 12.92f : 1.055f * std::pow(linear, 1.0f / 2.4f) - 0.055f;
-}
-
-float decodeSrgb(float encoded) {
-    return encoded <= 0.04045f ? encoded / 12.92f : std::pow((encoded + 0.055f) / 1.055f, 2.4f);
-}
-
 namespace {
 
 const std::array<float, 256>& linearOfByte() {
     static const std::array<float, 256> table = [] {
         std::array<float, 256> t{};
-        for (int i = 0; i < 256; ++i) t[static_cast<std::size_t>(i)] = decodeSrgb(static_cast<float>(i) / 255.0f);
+        for (int i = 0; i < 256; ++i) t[static_cast<std::size_t>(i)] = srgbToLinear(static_cast<float>(i) / 255.0f);
         return t;
     }();
     return table;
@@ -59,7 +52,7 @@ TextureLevel halfLevel(const TextureLevel& level) {
             std::uint8_t* texel = &out.rgba[(static_cast<std::size_t>(y) * static_cast<std::size_t>(out.width) +
                                              static_cast<std::size_t>(x)) *
                                             4];
-            for (std::size_t c = 0; c < 3; ++c) texel[c] = byteOf(encodeSrgb(sum[c] / count));
+            for (std::size_t c = 0; c < 3; ++c) texel[c] = byteOf(linearToSrgb(sum[c] / count));
             texel[3] = byteOf(sum[3] / count);
         }
     return out;

@@ -32,8 +32,4 @@ TextureImage loadTexture(const std::string& path);
 /// of the texels it covers (alpha averaged as it is).
 TextureLevel halfLevel(const TextureLevel& level);
 
-/// An sRGB-encoded component (0 to 1) from linear light, and the other way.
-float encodeSrgb(float linear);
-float decodeSrgb(float encoded);
-
 }  // namespace orrery::render
