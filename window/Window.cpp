@@ -123,15 +123,19 @@ int runWindow(sim::Simulator& simulator, Recording* recording, const LiveSession
     double now = 0;
     bool running = true;
     while (running) {
-        const ScreenArea area = screenArea(window, points);
-        input.setArea(area);
+        input.setArea(screenArea(window, points));
         SDL_Event event;
         while (running && SDL_PollEvent(&event)) {
             ImGui_ImplSDL2_ProcessEvent(&event);
             // Events keep their own time, never earlier than what already ran.
             const double at = std::max(now, (static_cast<double>(event.common.timestamp) - start) / 1000.0);
+            // A click right behind a resize in the same batch maps to the new size.
+            if (event.type == SDL_WINDOWEVENT) input.setArea(screenArea(window, points));
             if (!input.handle(event, at)) running = false;
         }
+        // Drawn where the clicks of this frame were mapped.
+        const ScreenArea area = screenArea(window, points);
+        input.setArea(area);
         input.flushMotion();
         now = std::max(now, (SDL_GetTicks() - start) / 1000.0);
         session.advanceTo(now);
