@@ -9,7 +9,7 @@
 #include "render/TextMesh.h"
 #include "render/TextureLevels.h"
 
-#include <epoxy/gl.h>
+#include "render/Gl.h"
 
 #include <algorithm>
 #include <array>
@@ -183,8 +183,8 @@ struct Renderer::State {
     bool desktop = true;
 
     State() {
-        desktop = epoxy_is_desktop_gl();
-        const int version = epoxy_gl_version();
+        desktop = gl::isDesktop();
+        const int version = gl::version();
         if (desktop ? version < 33 : version < 30)
             throw std::runtime_error("renderer: needs OpenGL 3.3 core or OpenGL ES 3.0, the context offers " +
                                      std::to_string(version / 10) + "." + std::to_string(version % 10));

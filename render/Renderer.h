@@ -8,8 +8,8 @@
 // camera (pose and field of view) with the simulated room it films.
 //
 // It speaks only the part of OpenGL that OpenGL 3.3 core and OpenGL ES 3.0 share, through
-// libepoxy, so it draws into any such context: a window's (SDL2) or a headless one
-// (render/Snapshot.h).
+// render/Gl.h, so it draws into any such context: a window's (SDL2), a headless one
+// (render/Snapshot.h) or a web page's (WebGL 2).
 
 #include "platform/memory/scene/CameraRoom.h"
 
@@ -37,9 +37,8 @@ struct Viewport {
 
 /// A renderer bound to one OpenGL context.
 ///
-/// Construct it while an OpenGL 3.3 core or OpenGL ES 3.0 (or later) context is current and
-/// libepoxy can resolve its functions; every GL object it makes belongs to that context, so
-/// destroy it while the same context is current. Not thread-safe: use it on the context's thread.
+/// Construct it while an OpenGL 3.3 core or OpenGL ES 3.0 (or later) context is current; every
+/// GL object it makes belongs to that context, so destroy it while the same context is current. Not thread-safe: use it on the context's thread.
 /// Throws std::runtime_error when the context is too old or a shader does not build.
 class Renderer {
 public:

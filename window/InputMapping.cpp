@@ -1,6 +1,7 @@
 #include "window/InputMapping.h"
 #include "platform/memory/numbers/NumberText.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <numbers>
@@ -90,6 +91,18 @@ void GestureRecognition::fingersDown(double time, const std::vector<CGPoint>& fi
     movedTooFar_ = false;
     active_ = Active::none;
     lastTurn_ = 0;
+}
+
+bool GestureRecognition::fingerAdded(double time, CGPoint finger) {
+    tick(time);
+    if (fingers_.size() != 1 || active_ != Active::none) return false;
+    fingers_.push_back(finger);
+    // The pinch, rotation and pan measure from where both fingers are; a two-finger touch is no
+    // tap and no long press.
+    startFingers_ = fingers_;
+    lastTurn_ = 0;
+    if (heldTouchEnd_) deliverHeldTouchEnd();
+    return true;
 }
 
 void GestureRecognition::fingersMoved(double time, const std::vector<CGPoint>& fingers) {
@@ -249,6 +262,48 @@ std::optional<double> MouseFingers::deadline() const {
 
 void MouseFingers::tick(double time) {
     if (auto due = deadline(); due && time >= *due) lift(time);
+}
+
+// ---- TouchFingers ----
+
+void TouchFingers::down(double time, const TouchPoint& finger) {
+    if (touch_.empty() && idle_.empty()) {
+        recognition_.fingersDown(time, {finger.point});
+        touch_.push_back(finger);
+    } else if (touch_.size() == 1 && recognition_.fingerAdded(time, finger.point)) {
+        touch_.push_back(finger);
+    } else {
+        idle_.push_back(finger.id);
+    }
+}
+
+void TouchFingers::moved(double time, const std::vector<TouchPoint>& fingers) {
+    bool changed = false;
+    for (const auto& moved : fingers)
+        for (auto& finger : touch_)
+            if (finger.id == moved.id && (finger.point.x != moved.point.x || finger.point.y != moved.point.y)) {
+                finger.point = moved.point;
+                changed = true;
+            }
+    if (!changed) return;
+    std::vector<CGPoint> points;
+    for (const auto& finger : touch_) points.push_back(finger.point);
+    recognition_.fingersMoved(time, points);
+}
+
+void TouchFingers::up(double time, long id) {
+    if (std::erase(idle_, id)) return;
+    const auto lifted = std::find_if(touch_.begin(), touch_.end(), [&](const TouchPoint& f) { return f.id == id; });
+    if (lifted == touch_.end()) return;
+    recognition_.fingersUp(time);
+    touch_.erase(lifted);
+    for (const auto& left : touch_) idle_.push_back(left.id);
+    touch_.clear();
+}
+
+void TouchFingers::reset() {
+    touch_.clear();
+    idle_.clear();
 }
 
 }  // namespace orrery::window

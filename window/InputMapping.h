@@ -40,6 +40,10 @@ public:
 
     /// Fingers touch down (one or two, together).
     void fingersDown(double time, const std::vector<CGPoint>& fingers);
+    /// Another finger lands while one is down, as real fingers do. Before any recogniser has
+    /// begun, the touch becomes a touch of two fingers, measured from where they are now; once one
+    /// has begun, or with two down already, the finger takes no part. Returns whether it did.
+    bool fingerAdded(double time, CGPoint finger);
     /// The same fingers are now at these points.
     void fingersMoved(double time, const std::vector<CGPoint>& fingers);
     /// Every finger lifts where it last was.
@@ -122,6 +126,34 @@ private:
     CGPoint centre_;
     double radius_ = kFingerOffset;
     double lastWheel_ = 0;
+};
+
+/// A finger of a touch screen, known by the identifier the screen gives it while it is down.
+struct TouchPoint {
+    long id = 0;
+    CGPoint point;
+};
+
+/// Puts real fingers (a page's touch events, screen points) on the recognition. They land and
+/// lift one at a time: the first finger starts a touch, a second one joins it (fingerAdded),
+/// more take no part. When a finger of the touch lifts, the touch ends there (a pinch or a
+/// rotation ends with it; a touch of two fingers that made no gesture ends as one touch end), and
+/// the fingers left down take no part until they lift.
+class TouchFingers {
+public:
+    explicit TouchFingers(GestureRecognition& recognition) : recognition_(recognition) {}
+
+    void down(double time, const TouchPoint& finger);
+    /// Fingers moved (one event may move several).
+    void moved(double time, const std::vector<TouchPoint>& fingers);
+    void up(double time, long id);
+    /// Forgets every finger (after the recognition was cancelled).
+    void reset();
+
+private:
+    GestureRecognition& recognition_;
+    std::vector<TouchPoint> touch_;  ///< the fingers of the touch, in the order they landed
+    std::vector<long> idle_;         ///< fingers down that take no part
 };
 
 /// A number as the shortest decimal that reads back as the same double.

@@ -63,10 +63,29 @@ void LiveSession::mouse(const MouseInput& input) {
     runProduced();
 }
 
+void LiveSession::touchDown(double time, const TouchPoint& finger) {
+    advanceTo(time);
+    touches_.down(time, finger);
+    runProduced();
+}
+
+void LiveSession::touchesMoved(double time, const std::vector<TouchPoint>& fingers) {
+    advanceTo(time);
+    touches_.moved(time, fingers);
+    runProduced();
+}
+
+void LiveSession::touchUp(double time, long id) {
+    advanceTo(time);
+    touches_.up(time, id);
+    runProduced();
+}
+
 void LiveSession::cancelTouches(double time) {
     advanceTo(time);
     recognition_.cancel(time);
     fingers_.reset();
+    touches_.reset();
     runProduced();
 }
 

@@ -54,6 +54,10 @@ public:
 
     /// Live time starts at 0 when the session is made.
     void mouse(const MouseInput& input);
+    /// Real fingers of a touch screen: one lands, moves (several at once) or lifts.
+    void touchDown(double time, const TouchPoint& finger);
+    void touchesMoved(double time, const std::vector<TouchPoint>& fingers);
+    void touchUp(double time, long id);
     void cancelTouches(double time);
     void look(double time, double dxPoints, double dyPoints);
     void key(double time, CameraKey key, bool down);
@@ -85,6 +89,7 @@ private:
     Recording* recording_;
     GestureRecognition recognition_;
     MouseFingers fingers_{recognition_};
+    TouchFingers touches_{recognition_};
     CameraPose pose_, applied_;
     bool held_[static_cast<int>(CameraKey::count)] = {};
     unsigned long framesRun_ = 0;

@@ -3,7 +3,6 @@
 #include "app/ViewController.h"
 #include "platform/memory/PlatformJson.h"
 #include "sim/StateDump.h"
-#include "window/SdlInput.h"
 
 #include <imgui.h>
 
@@ -112,7 +111,7 @@ void Panel::draw(sim::Simulator& simulator, const LiveSession& session, render::
     linesSeen_ = lines.size();
 
     if (ImGui::CollapsingHeader("Controls")) {
-        ImGui::TextWrapped("%s", kControls);
+        ImGui::TextWrapped("%s", controls);
     }
     ImGui::End();
     ++panelFrames_;

@@ -4,6 +4,7 @@
 
 #include "render/Renderer.h"
 #include "sim/Simulator.h"
+#include "window/Controls.h"
 #include "window/LiveSession.h"
 
 #include <cstddef>
@@ -12,6 +13,9 @@ namespace orrery::window {
 
 class Panel {
 public:
+    /// What the mouse, the keys and the fingers do, shown under "Controls".
+    const char* controls = kControls;
+
     /// Draws the panel into the rectangle (window coordinates) inside the current ImGui frame;
     /// its check boxes switch the drawing options.
     void draw(sim::Simulator& simulator, const LiveSession& session, render::RenderOptions& options,

@@ -7,44 +7,6 @@
 
 namespace orrery::window {
 
-namespace {
-
-std::optional<CameraKey> cameraKey(SDL_Keycode key) {
-    switch (key) {
-    case SDLK_w: return CameraKey::forward;
-    case SDLK_s: return CameraKey::back;
-    case SDLK_a: return CameraKey::left;
-    case SDLK_d: return CameraKey::right;
-    case SDLK_r: return CameraKey::up;
-    case SDLK_f: return CameraKey::down;
-    case SDLK_LEFT: return CameraKey::turnLeft;
-    case SDLK_RIGHT: return CameraKey::turnRight;
-    case SDLK_UP: return CameraKey::lookUp;
-    case SDLK_DOWN: return CameraKey::lookDown;
-    default: return std::nullopt;
-    }
-}
-
-}  // namespace
-
-CGPoint ScreenArea::toPoints(double windowX, double windowY) const {
-    return {(windowX - x) * points.width / width, (windowY - y) * points.height / height};
-}
-
-ScreenArea letterbox(int width, int height, CGSize points) {
-    ScreenArea area;
-    area.points = points;
-    const double scale = std::min(width / points.width, height / points.height);
-    area.width = std::max(1, static_cast<int>(std::lround(points.width * scale)));
-    area.height = std::max(1, static_cast<int>(std::lround(points.height * scale)));
-    area.x = (width - area.width) / 2;
-    area.y = (height - area.height) / 2;
-    return area;
-}
-
-bool ScreenArea::contains(int windowX, int windowY) const {
-    return windowX >= x && windowX < x + width && windowY >= y && windowY < y + height;
-}
 
 void SdlInput::flushMotion() {
     if (!pendingMoveTime_) return;
@@ -70,7 +32,7 @@ bool SdlInput::handle(const SDL_Event& event, double time) {
         if (down && !event.key.repeat && key == SDLK_F12)
             if (auto ran = session_.snapshot(time); ran.rfind("snapshot ", 0) != 0)
                 std::cerr << "orrery-sim: " << ran << '\n';
-        if (auto k = cameraKey(key); k && !event.key.repeat) session_.key(time, *k, down);
+        if (auto k = cameraKeyNamed(SDL_GetKeyName(key)); k && !event.key.repeat) session_.key(time, *k, down);
         break;
     }
     case SDL_MOUSEBUTTONDOWN:

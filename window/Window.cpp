@@ -7,7 +7,7 @@
 #include "render/Snapshot.h"
 
 #include <SDL.h>
-#include <epoxy/gl.h>
+#include "render/Gl.h"
 #include <backends/imgui_impl_opengl3.h>
 #include <backends/imgui_impl_sdl.h>
 #include <imgui.h>

@@ -109,6 +109,8 @@ std::string libraryOf(const std::string& header) {
         {"nlohmann/", "nlohmann/json"},
         {"epoxy/egl.h", "EGL"},
         {"epoxy/", "GL"},
+        {"GLES3/", "GL"},
+        {"emscripten", "emscripten"},
         {"stb", "stb"},
         {"SDL", "SDL2"},
         {"imgui", "ImGui"},

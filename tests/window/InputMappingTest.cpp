@@ -150,6 +150,71 @@ TEST(InputMapping, MouseBecomesTheControllersEvents) {
     }
 }
 
+/// One event of a touch screen: a finger lands (`+`), moves (`~`) or lifts (`-`); `.` lets time pass.
+struct TouchStep {
+    double time;
+    char what;
+    long id = 0;
+    CGPoint point{};
+};
+
+std::vector<std::string> playTouches(const std::vector<TouchStep>& steps) {
+    GestureRecognition recognition;
+    TouchFingers fingers(recognition);
+    std::vector<std::string> lines;
+    for (const auto& s : steps) {
+        switch (s.what) {
+        case '+': fingers.down(s.time, {s.id, s.point}); break;
+        case '~': fingers.moved(s.time, {{s.id, s.point}}); break;
+        case '-': fingers.up(s.time, s.id); break;
+        default: recognition.tick(s.time);
+        }
+        for (auto& l : recognition.take()) lines.push_back(l);
+    }
+    return lines;
+}
+
+TEST(InputMapping, RealFingersLandAndLiftOneAtATime) {
+    const std::vector<std::pair<const char*, std::vector<TouchStep>>> plays = {
+        {"a tap", {{0, '+', 7, {100, 200}}, {0.1, '-', 7}, {1, '.'}}},
+        {"a second finger spreading apart pinches from where both were",
+         {{0, '+', 1, {200, 400}}, {0.02, '+', 2, {300, 400}}, {0.1, '~', 2, {320, 400}}, {0.2, '~', 2, {350, 400}},
+          {0.3, '-', 2}, {0.35, '~', 1, {150, 400}}, {0.4, '-', 1}, {1, '.'}}},
+        {"a second finger turning about the first rotates",
+         {{0, '+', 1, {200, 400}}, {0.02, '+', 2, {300, 400}}, {0.1, '~', 2, {200 + 100 * std::cos(0.2), 400 + 100 * std::sin(0.2)}},
+          {0.2, '-', 1}, {0.3, '-', 2}, {1, '.'}}},
+        {"two fingers that lift without a gesture end as one touch at the first",
+         {{0, '+', 1, {200, 400}}, {0.02, '+', 2, {300, 400}}, {0.1, '-', 1}, {0.15, '-', 2}, {1, '.'}}},
+        {"a finger landing once a pan has begun takes no part",
+         {{0, '+', 1, {100, 200}}, {0.1, '~', 1, {130, 200}}, {0.15, '+', 2, {300, 300}}, {0.2, '~', 2, {400, 400}},
+          {0.25, '~', 1, {140, 200}}, {0.3, '-', 2}, {0.4, '-', 1}}},
+        {"a third finger takes no part, and a finger left down after the end starts nothing",
+         {{0, '+', 1, {200, 400}}, {0.01, '+', 2, {300, 400}}, {0.02, '+', 3, {10, 10}}, {0.1, '~', 3, {90, 90}},
+          {0.2, '-', 2}, {0.3, '~', 1, {0, 0}}, {0.4, '-', 1}, {0.5, '-', 3}, {2, '.'}}},
+        {"a second finger on the second tap fails the double tap",
+         {{0, '+', 1, {100, 200}}, {0.1, '-', 1}, {0.2, '+', 1, {100, 200}}, {0.25, '+', 2, {160, 200}},
+          {0.3, '-', 1}, {0.35, '-', 2}, {1, '.'}}},
+    };
+    const std::vector<std::vector<std::string>> expected = {
+        {"touch 100,200"},
+        {"pinch began 260,400 1.2", "pinch changed 275,400 1.5", "pinch ended 275,400 1.5"},
+        {"rotate began " + formatPoint({(400 + 100 * std::cos(0.2)) / 2, (400 + 400 + 100 * std::sin(0.2)) / 2}) + " 0.2",
+         "rotate ended " + formatPoint({(400 + 100 * std::cos(0.2)) / 2, (400 + 400 + 100 * std::sin(0.2)) / 2}) + " 0.2"},
+        {"touch 200,400"},
+        {"pan began 130,200 30 0", "pan changed 140,200 40 0", "pan ended 140,200 40 0"},
+        {"touch 200,400"},
+        {"touch 100,200", "touch 100,200"},
+    };
+    ASSERT_EQ(plays.size(), expected.size());
+    for (std::size_t c = 0; c < plays.size(); ++c) {
+        SCOPED_TRACE(plays[c].first);
+        auto got = playTouches(plays[c].second);
+        ASSERT_EQ(got.size(), expected[c].size()) << (got.empty() ? "" : got.front());
+        for (std::size_t i = 0; i < got.size(); ++i)
+            EXPECT_TRUE(sameLine(got[i], expected[c][i])) << got[i] << " vs " << expected[c][i];
+    }
+}
+
 TEST(InputMapping, DeadlinesTellWhenTimeWillMatter) {
     GestureRecognition recognition;
     EXPECT_FALSE(recognition.deadline());
