@@ -4,9 +4,14 @@
 #include "sim/Narration.h"
 #include "sim/Quoting.h"
 #include "sim/Scenario.h"
-#include "render/Snapshot.h"
 #include "sim/Simulator.h"
+#include "window/LiveSession.h"
+// A build for a machine without a display or GL (node, for one) runs scenarios alone: no window
+// and no pictures.
+#if !defined(ORRERY_WITHOUT_DISPLAY)
+#include "render/Snapshot.h"
 #include "window/Window.h"
+#endif
 
 #include <cmath>
 #include <cstdio>
@@ -194,9 +199,11 @@ int main(int argc, char** argv) {
     }
 
     Simulator simulator(assetParent);
+#if !defined(ORRERY_WITHOUT_DISPLAY)
     simulator.snapshotHook = [](const memory::SceneFrame& frame, const fs::path& file, int width, int height) {
         render::snapshot(frame, file, width, height);
     };
+#endif
     if (narrate)
         emit("Orrery AR simulator: the demo session (" + path + ").\nThe view loads and appears, and one frame runs.");
     simulator.start();
@@ -255,6 +262,13 @@ int main(int argc, char** argv) {
             return kUsageStatus;
         }
     }
+#if defined(ORRERY_WITHOUT_DISPLAY)
+    if (window) {
+        std::cerr << "orrery-sim: no window: this build has no display\n";
+        return 2;
+    }
+#else
     if (window) return window::runWindow(simulator, &recording, emit);
+#endif
     return 0;
 }

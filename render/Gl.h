@@ -33,4 +33,12 @@ inline int version() {
 #endif
 }
 
+/// Lets vertex shaders set the size of points (gl_PointSize): a switch on desktops, always so
+/// in OpenGL ES.
+inline void enableProgramPointSize() {
+#if !defined(__EMSCRIPTEN__)
+    if (isDesktop()) glEnable(GL_PROGRAM_POINT_SIZE);
+#endif
+}
+
 }  // namespace orrery::render::gl

@@ -420,7 +420,7 @@ void Renderer::draw(const memory::SceneFrame& frame, const Viewport& viewport, c
         buildFeaturePoints(*frame.room, vertices, indices);
         encodeColours(vertices);
         s.featurePoints.upload(vertices, indices);
-        if (s.desktop) glEnable(GL_PROGRAM_POINT_SIZE);
+        gl::enableProgramPointSize();
         glUniform1f(s.pointSize, std::max(2.0f, std::round(3.0f * static_cast<float>(heightPx) / 844.0f)));
         s.drawMesh(s.featurePoints, GL_POINTS, viewProjection, white, nullptr);
         glUniform1f(s.pointSize, 1.0f);

@@ -24,6 +24,36 @@ orrery_unit(orrery_numbers platform/memory/numbers)
 orrery_unit(orrery_geometry platform/memory/geometry PRIVATE PkgConfig::GLU)
 orrery_unit(orrery_text platform/memory/text LINK orrery_geometry PRIVATE Freetype::Freetype)
 target_compile_definitions(orrery_text PRIVATE ORRERY_TEXT_FACE="${ORRERY_TEXT_FACE}")
+orrery_unit(orrery_scene platform/memory/scene LINK orrery_platform orrery_geometry orrery_text)
+orrery_unit(orrery_collada platform/memory/collada LINK orrery_scene orrery_geometry orrery_text PRIVATE pugixml::pugixml orrery_numbers)
+orrery_unit(orrery_memory platform/memory LINK orrery_scene orrery_collada orrery_numbers nlohmann_json::nlohmann_json)
+target_compile_definitions(orrery_memory PUBLIC ORRERY_SOURCE_DIR="${CMAKE_CURRENT_SOURCE_DIR}")
+orrery_unit(orrery_sim sim LINK orrery_logic orrery_memory orrery_text orrery_numbers)
+
+# Units that draw, without what only a desktop has: render/ without its EGL contexts
+# (Snapshot.cpp: the page draws into its own WebGL 2 context), window/ without SDL (SdlInput.cpp,
+# Window.cpp: the page has its own events).
+function(orrery_web_unit name folder)
+  cmake_parse_arguments(PARSE_ARGV 2 UNIT "" "" "WITHOUT;LINK;PRIVATE")
+  orrery_unit(${name} ${folder} LINK ${UNIT_LINK} PRIVATE ${UNIT_PRIVATE})
+  get_target_property(sources ${name} SOURCES)
+  foreach(file IN LISTS UNIT_WITHOUT)
+    list(REMOVE_ITEM sources ${CMAKE_CURRENT_SOURCE_DIR}/${folder}/${file})
+  endforeach()
+  set_target_properties(${name} PROPERTIES SOURCES "${sources}")
+endfunction()
+orrery_web_unit(orrery_render render WITHOUT Snapshot.cpp LINK orrery_scene orrery_text orrery_geometry PRIVATE PkgConfig::STB)
+orrery_web_unit(orrery_window window WITHOUT SdlInput.cpp Window.cpp LINK orrery_sim orrery_render PkgConfig::IMGUI)
+
+# orrery-sim for node: scenarios, dumps and call logs as the native program prints them; no
+# window and no pictures (no display and no GL under node).
+add_executable(orrery-sim cli/main.cpp)
+target_link_libraries(orrery-sim PRIVATE orrery_sim orrery_window)
+target_compile_definitions(orrery-sim PRIVATE ORRERY_WITHOUT_DISPLAY)
+target_link_options(orrery-sim PRIVATE ${ORRERY_NODE_LINK_OPTIONS})
+
+# The page (web/page/).
+include(${CMAKE_CURRENT_LIST_DIR}/page/Page.cmake)
 
 # What cannot run under node, in one place:
 # - death tests (tests/platform/FatalTest.cpp): node has no fork or signals to watch a stop;

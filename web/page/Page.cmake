@@ -1,0 +1,21 @@
+# The web page: orrery.js and orrery.wasm (the app, the renderer, the panel), orrery.data (the
+# models, their textures and the text face, preloaded into the page's file system) and
+# index.html, all in the build folder, to be served as they are.
+set(ORRERY_WEB_ASSETS "${CMAKE_SOURCE_DIR}" CACHE PATH
+  "The folder holding the art.scnassets the page ships (scripts/web-assets.sh writes one with web-suited textures)")
+
+add_executable(orrery web/page/PageMain.cpp web/page/PageInput.cpp)
+target_include_directories(orrery PRIVATE ${CMAKE_SOURCE_DIR})
+target_link_libraries(orrery PRIVATE orrery_window orrery_render orrery_sim PkgConfig::IMGUI)
+set_target_properties(orrery PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})
+target_link_options(orrery PRIVATE
+  -sENVIRONMENT=web
+  -sMIN_WEBGL_VERSION=2 -sMAX_WEBGL_VERSION=2
+  -sEXPORTED_FUNCTIONS=_main,_orrery_dump,_orrery_run,_orrery_show_panel,_orrery_frame_rate
+  -sEXPORTED_RUNTIME_METHODS=ccall,cwrap,UTF8ToString,FS
+  "SHELL:--preload-file ${ORRERY_WEB_ASSETS}/art.scnassets@/orrery/art.scnassets"
+  "SHELL:--preload-file ${ORRERY_TEXT_FACE}@${ORRERY_TEXT_FACE}")
+# The models and the face are data of the link: a change to them links the page again.
+file(GLOB_RECURSE ORRERY_PAGE_DATA CONFIGURE_DEPENDS ${ORRERY_WEB_ASSETS}/art.scnassets/*)
+set_property(TARGET orrery APPEND PROPERTY LINK_DEPENDS ${ORRERY_PAGE_DATA} ${ORRERY_TEXT_FACE})
+configure_file(${CMAKE_SOURCE_DIR}/web/page/index.html ${CMAKE_BINARY_DIR}/index.html COPYONLY)
