@@ -11,7 +11,7 @@ set_target_properties(orrery PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_
 target_link_options(orrery PRIVATE
   -sENVIRONMENT=web
   -sMIN_WEBGL_VERSION=2 -sMAX_WEBGL_VERSION=2
-  -sEXPORTED_FUNCTIONS=_main,_orrery_dump,_orrery_run,_orrery_show_panel,_orrery_frame_rate
+  -sEXPORTED_FUNCTIONS=_main,_orrery_dump,_orrery_run,_orrery_show_panel,_orrery_locate,_orrery_history,_orrery_frame_rate
   -sEXPORTED_RUNTIME_METHODS=ccall,cwrap,UTF8ToString,FS
   "SHELL:--preload-file ${ORRERY_WEB_ASSETS}/art.scnassets@/orrery/art.scnassets"
   "SHELL:--preload-file ${ORRERY_TEXT_FACE}@${ORRERY_TEXT_FACE}")
@@ -19,3 +19,8 @@ target_link_options(orrery PRIVATE
 file(GLOB_RECURSE ORRERY_PAGE_DATA CONFIGURE_DEPENDS ${ORRERY_WEB_ASSETS}/art.scnassets/*)
 set_property(TARGET orrery APPEND PROPERTY LINK_DEPENDS ${ORRERY_PAGE_DATA} ${ORRERY_TEXT_FACE})
 configure_file(${CMAKE_SOURCE_DIR}/web/page/index.html ${CMAKE_BINARY_DIR}/index.html COPYONLY)
+
+# The page's tests: headless Chromium through puppeteer-core (tests/web/page.test.mjs).
+find_program(ORRERY_NODE node REQUIRED)
+add_test(NAME PageInChromium COMMAND ${ORRERY_NODE} --test ${CMAKE_SOURCE_DIR}/tests/web/page.test.mjs)
+set_tests_properties(PageInChromium PROPERTIES ENVIRONMENT "ORRERY_WEB_BUILD=${CMAKE_BINARY_DIR}" TIMEOUT 300)

@@ -7,6 +7,7 @@
 #include "render/Gl.h"
 #include "render/Picture.h"
 #include "render/Renderer.h"
+#include "sim/Scenario.h"
 #include "sim/Simulator.h"
 #include "sim/StateDump.h"
 #include "window/LiveSession.h"
@@ -47,7 +48,7 @@ struct Page {
     std::size_t urlsOpened = 0;
     int framesDrawn = 0, framesThisWindow = 0;
     double windowStart = 0, drawnFramesPerSecond = 0;
-    std::string lastDump;
+    std::string lastAnswer;  ///< what the last orrery_dump, orrery_locate or orrery_history returned, kept for the caller
 
     double clock() const { return emscripten_get_now() / 1000.0 - start; }
 };
@@ -152,8 +153,8 @@ extern "C" {
 
 /// The app's state as the simulator's `dump` prints it (one JSON line).
 EMSCRIPTEN_KEEPALIVE const char* orrery_dump() {
-    page->lastDump = sim::jsonLine(page->simulator.state());
-    return page->lastDump.c_str();
+    page->lastAnswer = sim::jsonLine(page->simulator.state());
+    return page->lastAnswer.c_str();
 }
 
 /// Runs one scenario line as the live session runs its own; returns 0, or 1 when it cannot run.
@@ -162,6 +163,25 @@ EMSCRIPTEN_KEEPALIVE int orrery_run(const char* line) {
     if (page->session->run(line, &error)) return 0;
     std::cerr << "orrery: " << error << '\n';
     return 1;
+}
+
+/// Where the node named `name` shows on the screen: the projected centre of its bounds as "X,Y"
+/// in screen points, or "" when there is no such node or it is off screen.
+EMSCRIPTEN_KEEPALIVE const char* orrery_locate(const char* name) {
+    try {
+        const CGPoint at = page->simulator.resolvePoint(sim::PointArg{std::nullopt, name}, 0);
+        page->lastAnswer = window::formatPoint(at);
+    } catch (const sim::ScenarioError&) {
+        page->lastAnswer.clear();
+    }
+    return page->lastAnswer.c_str();
+}
+
+/// The scenario lines the live session has run, one a line: what the page's input did to the app.
+EMSCRIPTEN_KEEPALIVE const char* orrery_history() {
+    page->lastAnswer.clear();
+    for (const auto& line : page->session->history()) page->lastAnswer += line + "\n";
+    return page->lastAnswer.c_str();
 }
 
 /// Shows or folds the panel.

@@ -1,0 +1,142 @@
+// The page in headless Chromium (Debian's, through puppeteer-core; SwiftShader draws WebGL 2):
+// it starts, real touch events reach the app as taps and pinches, and its canvas shows what the
+// native renderer's golden image shows. ORRERY_WEB_BUILD names the built page (default build-web).
+import { test, before, after } from 'node:test';
+import assert from 'node:assert/strict';
+import { readFileSync } from 'node:fs';
+import { dirname, join } from 'node:path';
+import { fileURLToPath } from 'node:url';
+import puppeteer from 'puppeteer-core';
+import { serve } from '../../web/serve.mjs';
+
+const root = join(dirname(fileURLToPath(import.meta.url)), '../..');
+const built = process.env.ORRERY_WEB_BUILD ?? join(root, 'build-web');
+const chromiumArgs = ['--headless=new', '--no-sandbox', '--use-angle=swiftshader', '--enable-unsafe-swiftshader'];
+const kScreen = { width: 390, height: 844 };  // the phone's screen in points
+
+let server, browser, base;
+before(async () => {
+  server = await serve(built, 0);
+  base = `http://127.0.0.1:${server.address().port}/`;
+  browser = await puppeteer.launch({ executablePath: process.env.CHROMIUM ?? '/usr/bin/chromium', args: chromiumArgs });
+});
+after(async () => {
+  await browser?.close();
+  server?.close();
+});
+
+/// A page at `viewport` CSS pixels, ready (first frame drawn), with its errors collected.
+async function openPage(viewport, query = '') {
+  const page = await browser.newPage();
+  const errors = [];
+  page.on('pageerror', (error) => errors.push(error.message));
+  page.on('console', (message) => { if (message.type() === 'error') errors.push(message.text()); });
+  await page.setViewport(viewport);
+  await page.goto(base + query);
+  await page.waitForFunction('window.orreryReady === true', { timeout: 20000 });
+  return { page, errors };
+}
+
+const dump = (page) => page.evaluate(() => JSON.parse(Module.UTF8ToString(Module._orrery_dump())));
+const run = (page, line) => page.evaluate((l) => Module.ccall('orrery_run', 'number', ['string'], [l]), line);
+const locate = async (page, name) => {
+  const at = await page.evaluate((n) => Module.UTF8ToString(Module.ccall('orrery_locate', 'number', ['string'], [n])), name);
+  assert.ok(at, `${name} is on the screen`);
+  return at.split(',').map(Number);
+};
+const findNode = (node, name) => node.name === name ? node : (node.children ?? []).map((c) => findNode(c, name)).find(Boolean);
+const sleep = (ms) => new Promise((done) => setTimeout(done, ms));
+
+test('a touch on the Solar System button selects the overview and puts the Sun\'s facts on the label', async () => {
+  // The screen alone, one CSS pixel a point: touch coordinates are screen points.
+  const { page, errors } = await openPage(kScreen, '?panel=0');
+  assert.equal((await dump(page)).selectedBody, 3);
+  assert.equal(await run(page, 'camera 0 0 0 0.6 -1.0'), 0);  // looking down at the buttons
+  const [x, y] = await locate(page, 'SolarSystemButton');
+  const touch = await page.createCDPSession();
+  await touch.send('Input.dispatchTouchEvent', { type: 'touchStart', touchPoints: [{ x, y, id: 1 }] });
+  await touch.send('Input.dispatchTouchEvent', { type: 'touchEnd', touchPoints: [] });
+  // The tap's end waits for a possible second tap (0.35 s), then reaches the app.
+  await page.waitForFunction(() => JSON.parse(Module.UTF8ToString(Module._orrery_dump())).selectedBody !== 3,
+                             { timeout: 5000 });
+  const state = await dump(page);
+  assert.equal(state.selectedBody, 0);
+  assert.equal(state.isTextShown, true);
+  const label = findNode(state.scene, 'planetData');
+  assert.match(label.geometry.string, /^Sun \nEquatorial diameter: /);
+  assert.deepEqual(errors, []);
+  await page.close();
+});
+
+test('two fingers landing one after the other and spreading apart pinch the Earth larger', async () => {
+  const { page, errors } = await openPage(kScreen, '?panel=0');
+  const before = findNode((await dump(page)).scene, 'Earth').scale[0];
+  const [x, y] = await locate(page, 'Earth');
+  const touch = await page.createCDPSession();
+  const fingers = (spread) => [{ x: x - spread, y, id: 1 }, { x: x + spread, y, id: 2 }];
+  await touch.send('Input.dispatchTouchEvent', { type: 'touchStart', touchPoints: [fingers(30)[0]] });
+  await sleep(50);
+  await touch.send('Input.dispatchTouchEvent', { type: 'touchStart', touchPoints: fingers(30) });
+  for (let spread = 35; spread <= 60; spread += 5) {
+    await sleep(30);
+    await touch.send('Input.dispatchTouchEvent', { type: 'touchMove', touchPoints: fingers(spread) });
+  }
+  await touch.send('Input.dispatchTouchEvent', { type: 'touchEnd', touchPoints: [fingers(60)[0]] });
+  await touch.send('Input.dispatchTouchEvent', { type: 'touchEnd', touchPoints: [] });
+  await sleep(100);
+  // What the recognisers saw: one pinch about the Earth, from 60 to 120 points apart.
+  const lines = (await page.evaluate(() => Module.UTF8ToString(Module._orrery_history()))).trim().split('\n');
+  const gesture = lines.filter((line) => !line.startsWith('frame') && !line.startsWith('camera'));
+  assert.match(gesture[0], /^pinch began /);
+  assert.match(gesture.at(-2), /^pinch changed /);
+  assert.equal(gesture.at(-1), `pinch ended ${x},${y} 2`);
+  assert.ok(gesture.slice(1, -1).every((line) => line.startsWith('pinch changed ')), gesture.join(' | '));
+  const after = findNode((await dump(page)).scene, 'Earth').scale[0];
+  assert.ok(after > before, `scale ${before} became ${after}`);
+  assert.deepEqual(errors, []);
+  await page.close();
+});
+
+/// Mean absolute channel difference and share of pixels off by more than 48 in a channel, as
+/// the native golden image test measures them.
+async function compare(page, actualPng, expectedPng) {
+  return page.evaluate(async (a, b) => {
+    const pixels = async (base64) => {
+      const bitmap = await createImageBitmap(new Blob([Uint8Array.from(atob(base64), (c) => c.charCodeAt(0))]));
+      const canvas = new OffscreenCanvas(bitmap.width, bitmap.height);
+      const context = canvas.getContext('2d');
+      context.drawImage(bitmap, 0, 0);
+      return { width: bitmap.width, height: bitmap.height, data: context.getImageData(0, 0, bitmap.width, bitmap.height).data };
+    };
+    const [x, y] = [await pixels(a), await pixels(b)];
+    if (x.width !== y.width || x.height !== y.height) return { size: [x.width, x.height, y.width, y.height] };
+    let sum = 0, off = 0;
+    for (let i = 0; i < x.data.length; i += 4) {
+      let worst = 0;
+      for (let c = 0; c < 3; ++c) {
+        const d = Math.abs(x.data[i + c] - y.data[i + c]);
+        sum += d;
+        worst = Math.max(worst, d);
+      }
+      off += worst > 48;
+    }
+    return { mean: sum / (x.data.length / 4 * 3), share: off / (x.data.length / 4) };
+  }, actualPng, expectedPng);
+}
+
+test('the canvas shows the start scene as the native golden image does', async () => {
+  const golden = readFileSync(join(root, 'tests/render/golden/start.png'));
+  const width = golden.readUInt32BE(16), height = golden.readUInt32BE(20);
+  // The clock stands still, so the first frame is the start scene the golden image was drawn from.
+  const { page, errors } = await openPage({ width, height }, '?paused&panel=0');
+  await page.evaluate(() => document.getElementById('panel-toggle').classList.add('hidden'));
+  const shot = await page.screenshot({ encoding: 'base64', clip: { x: 0, y: 0, width, height } });
+  const difference = await compare(page, shot, golden.toString('base64'));
+  console.log(`canvas against the golden image: ${JSON.stringify(difference)}`);
+  assert.ok(difference.mean <= 2.0 && difference.share <= 0.01, JSON.stringify(difference));
+  // The measure tells scenes apart: the picture is far from the golden image of another view.
+  const other = await compare(page, shot, readFileSync(join(root, 'tests/render/golden/buttons.png')).toString('base64'));
+  assert.ok(other.mean > 2.0 || other.share > 0.01, JSON.stringify(other));
+  assert.deepEqual(errors, []);
+  await page.close();
+});
