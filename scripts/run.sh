@@ -7,7 +7,7 @@ set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 if [ "${1:-}" = "--web" ]; then
   ORRERY_WEB_TESTS=0 bash "$root/scripts/web-build.sh" >&2
-  exec node "$root/web/serve.mjs" "${ORRERY_WEB_BUILD_DIR:-$root/build-web}" "${2:-8000}"
+  exec node "$root/web/serve.mjs" "${ORRERY_WEB_BUILD_DIR:-$root/build-web}/site" "${2:-8000}"
 fi
 bash "$root/scripts/setup.sh"
 bash "$root/scripts/build.sh" "$root/build" >&2

@@ -51,6 +51,12 @@ add_executable(orrery-sim cli/main.cpp)
 target_link_libraries(orrery-sim PRIVATE orrery_sim orrery_window)
 target_compile_definitions(orrery-sim PRIVATE ORRERY_WITHOUT_DISPLAY)
 target_link_options(orrery-sim PRIVATE ${ORRERY_NODE_LINK_OPTIONS})
+# Compared with a native one where scripts/web-build.sh names it (it always does when it tests).
+set(ORRERY_NATIVE_SIM "" CACHE FILEPATH "A native orrery-sim that the node one is compared with")
+if(ORRERY_NATIVE_SIM)
+  add_test(NAME SimulatorUnderNode COMMAND bash ${CMAKE_SOURCE_DIR}/tests/web/sim-under-node.sh
+    $<TARGET_FILE:orrery-sim> ${ORRERY_NATIVE_SIM})
+endif()
 
 # The page (web/page/).
 include(${CMAKE_CURRENT_LIST_DIR}/page/Page.cmake)

@@ -1,5 +1,5 @@
 // A static file server for the page: `node web/serve.mjs [FOLDER] [PORT]` serves FOLDER
-// (default build-web) on http://localhost:PORT (default 8000). The page needs nothing more, but
+// (default build-web/site) on http://localhost:PORT (default 8000). The page needs nothing more, but
 // WebAssembly is compiled while it downloads only when served as application/wasm.
 import { createServer } from 'node:http';
 import { createReadStream, statSync } from 'node:fs';
@@ -33,7 +33,7 @@ export function serve(folder, port = 8000, host = '127.0.0.1') {
 }
 
 if (process.argv[1] === fileURLToPath(import.meta.url)) {
-  const folder = process.argv[2] ?? 'build-web';
+  const folder = process.argv[2] ?? 'build-web/site';
   const port = Number(process.argv[3] ?? 8000);
   const server = await serve(folder, port);
   console.log(`serving ${resolve(folder)} on http://localhost:${server.address().port}/ (Ctrl+C stops)`);

@@ -1,6 +1,6 @@
 // The page in headless Chromium (Debian's, through puppeteer-core; SwiftShader draws WebGL 2):
 // it starts, real touch events reach the app as taps and pinches, and its canvas shows what the
-// native renderer's golden image shows. ORRERY_WEB_BUILD names the built page (default build-web).
+// native renderer's golden image shows. ORRERY_WEB_SITE names the built site (default build-web/site).
 import { test, before, after } from 'node:test';
 import assert from 'node:assert/strict';
 import { readFileSync } from 'node:fs';
@@ -10,7 +10,7 @@ import puppeteer from 'puppeteer-core';
 import { serve } from '../../web/serve.mjs';
 
 const root = join(dirname(fileURLToPath(import.meta.url)), '../..');
-const built = process.env.ORRERY_WEB_BUILD ?? join(root, 'build-web');
+const built = process.env.ORRERY_WEB_SITE ?? join(root, 'build-web/site');
 const chromiumArgs = ['--headless=new', '--no-sandbox', '--use-angle=swiftshader', '--enable-unsafe-swiftshader'];
 const kScreen = { width: 390, height: 844 };  // the phone's screen in points
 

@@ -1,13 +1,14 @@
-# The web page: orrery.js and orrery.wasm (the app, the renderer, the panel), orrery.data (the
-# models, their textures and the text face, preloaded into the page's file system) and
-# index.html, all in the build folder, to be served as they are.
+# The web site, in build-web/site/ to be served as it is: index.html, orrery.js and orrery.wasm
+# (the app, the renderer, the panel), orrery.data (the models, their textures and the text face,
+# preloaded into the page's file system) and the user's guide the Help button opens.
 set(ORRERY_WEB_ASSETS "${CMAKE_SOURCE_DIR}" CACHE PATH
   "The folder holding the art.scnassets the page ships (scripts/web-assets.sh writes one with web-suited textures)")
 
 add_executable(orrery web/page/PageMain.cpp web/page/PageInput.cpp)
 target_include_directories(orrery PRIVATE ${CMAKE_SOURCE_DIR})
 target_link_libraries(orrery PRIVATE orrery_window orrery_render orrery_sim PkgConfig::IMGUI)
-set_target_properties(orrery PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR})
+set(ORRERY_SITE ${CMAKE_BINARY_DIR}/site)
+set_target_properties(orrery PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${ORRERY_SITE})
 target_link_options(orrery PRIVATE
   -sENVIRONMENT=web
   -sMIN_WEBGL_VERSION=2 -sMAX_WEBGL_VERSION=2
@@ -18,9 +19,10 @@ target_link_options(orrery PRIVATE
 # The models and the face are data of the link: a change to them links the page again.
 file(GLOB_RECURSE ORRERY_PAGE_DATA CONFIGURE_DEPENDS ${ORRERY_WEB_ASSETS}/art.scnassets/*)
 set_property(TARGET orrery APPEND PROPERTY LINK_DEPENDS ${ORRERY_PAGE_DATA} ${ORRERY_TEXT_FACE})
-configure_file(${CMAKE_SOURCE_DIR}/web/page/index.html ${CMAKE_BINARY_DIR}/index.html COPYONLY)
+configure_file(${CMAKE_SOURCE_DIR}/web/page/index.html ${ORRERY_SITE}/index.html COPYONLY)
+configure_file(${CMAKE_SOURCE_DIR}/docs/guide.html ${ORRERY_SITE}/guide.html COPYONLY)
 
 # The page's tests: headless Chromium through puppeteer-core (tests/web/page.test.mjs).
 find_program(ORRERY_NODE node REQUIRED)
 add_test(NAME PageInChromium COMMAND ${ORRERY_NODE} --test ${CMAKE_SOURCE_DIR}/tests/web/page.test.mjs)
-set_tests_properties(PageInChromium PROPERTIES ENVIRONMENT "ORRERY_WEB_BUILD=${CMAKE_BINARY_DIR}" TIMEOUT 300)
+set_tests_properties(PageInChromium PROPERTIES ENVIRONMENT "ORRERY_WEB_SITE=${ORRERY_SITE}" TIMEOUT 300)
