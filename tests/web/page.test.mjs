@@ -44,6 +44,9 @@ const locate = async (page, name) => {
   assert.ok(at, `${name} is on the screen`);
   return at.split(',').map(Number);
 };
+/// The scenario lines the page's input ran.
+const history = async (page) =>
+  (await page.evaluate(() => Module.UTF8ToString(Module._orrery_history()))).trim().split('\n');
 const findNode = (node, name) => node.name === name ? node : (node.children ?? []).map((c) => findNode(c, name)).find(Boolean);
 const sleep = (ms) => new Promise((done) => setTimeout(done, ms));
 
@@ -68,6 +71,57 @@ test('a touch on the Solar System button selects the overview and puts the Sun\'
   await page.close();
 });
 
+test('with the panel beside it, a mouse click lands where the screen shows the button', async () => {
+  // 1000 x 600: the panel takes 400 pixels at the right, the screen is letterboxed left of it.
+  const { page, errors } = await openPage({ width: 1000, height: 600 });
+  assert.equal(await run(page, 'camera 0 0 0 0.6 -1.0'), 0);
+  const [px, py] = await locate(page, 'SolarSystemButton');
+  const scale = 600 / kScreen.height, left = (600 - kScreen.width * scale) / 2;
+  await page.mouse.click(left + px * scale, py * scale);
+  await page.waitForFunction(() => JSON.parse(Module.UTF8ToString(Module._orrery_dump())).selectedBody === 0,
+                             { timeout: 5000 });
+  // A click on the panel is the panel's: the app sees no touch.
+  const touches = async () => (await history(page)).filter((line) => line.startsWith('touch ')).length;
+  const before = await touches();
+  await page.mouse.click(800, 300);
+  await sleep(600);
+  assert.equal(await touches(), before);
+  assert.deepEqual(errors, []);
+  await page.close();
+});
+
+test('the Help button opens the guide in a new tab', async () => {
+  const { page, errors } = await openPage(kScreen, '?panel=0');
+  assert.equal(await run(page, 'camera 0 0 0 0.6 -1.0'), 0);
+  const [x, y] = await locate(page, 'HelpButton');
+  const touch = await page.createCDPSession();
+  const opened = browser.waitForTarget((target) => target.opener() === page.target(), { timeout: 5000 });
+  await touch.send('Input.dispatchTouchEvent', { type: 'touchStart', touchPoints: [{ x, y, id: 1 }] });
+  await touch.send('Input.dispatchTouchEvent', { type: 'touchEnd', touchPoints: [] });
+  const tab = await opened;
+  const { openedURLs } = await dump(page);
+  assert.equal(openedURLs.length, 1);
+  assert.match(openedURLs[0].url, /\/guide\.html$/);
+  assert.equal(tab.url(), openedURLs[0].url);
+  assert.deepEqual(errors, []);
+  await page.close();
+});
+
+test('a browser without WebGL 2 is told so in words', async () => {
+  const page = await browser.newPage();
+  await page.evaluateOnNewDocument(() => {
+    const getContext = HTMLCanvasElement.prototype.getContext;
+    HTMLCanvasElement.prototype.getContext = function (kind, ...rest) {
+      return kind === 'webgl2' ? null : getContext.call(this, kind, ...rest);
+    };
+  });
+  await page.goto(base);
+  const status = await page.$eval('#status', (element) => element.textContent);
+  assert.match(status, /no WebGL 2/);
+  assert.equal(await page.evaluate(() => typeof Module._orrery_dump), 'undefined');  // the app never loaded
+  await page.close();
+});
+
 test('two fingers landing one after the other and spreading apart pinch the Earth larger', async () => {
   const { page, errors } = await openPage(kScreen, '?panel=0');
   const before = findNode((await dump(page)).scene, 'Earth').scale[0];
@@ -85,8 +139,7 @@ test('two fingers landing one after the other and spreading apart pinch the Eart
   await touch.send('Input.dispatchTouchEvent', { type: 'touchEnd', touchPoints: [] });
   await sleep(100);
   // What the recognisers saw: one pinch about the Earth, from 60 to 120 points apart.
-  const lines = (await page.evaluate(() => Module.UTF8ToString(Module._orrery_history()))).trim().split('\n');
-  const gesture = lines.filter((line) => !line.startsWith('frame') && !line.startsWith('camera'));
+  const gesture = (await history(page)).filter((line) => !line.startsWith('frame') && !line.startsWith('camera'));
   assert.match(gesture[0], /^pinch began /);
   assert.match(gesture.at(-2), /^pinch changed /);
   assert.equal(gesture.at(-1), `pinch ended ${x},${y} 2`);
