@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <filesystem>
 #include <memory>
 
 namespace orrery::render {
@@ -24,6 +25,28 @@ const std::array<float, 256>& linearOfByte() {
 
 std::uint8_t byteOf(float unit) {
     return static_cast<std::uint8_t>(std::lround(std::clamp(unit, 0.0f, 1.0f) * 255.0f));
+}
+
+using Pixels = std::unique_ptr<stbi_uc, void (*)(void*)>;
+
+Pixels readRgba(const std::string& path, int& width, int& height) {
+    int channels = 0;
+    return {stbi_load(path.c_str(), &width, &height, &channels, 4), stbi_image_free};
+}
+
+/// Turns texels holding a sky's light over black into the sky's texels, as the asset generator
+/// made them: each as opaque as its brightest channel in linear light, its colour that light
+/// divided by the opacity. Light too faint for an opacity of one byte (sRGB 6 and below) is clear,
+/// so compression noise in the dark does not veil the room.
+void skyFromLight(stbi_uc* rgba, std::size_t texels) {
+    const auto& linear = linearOfByte();
+    for (stbi_uc* texel = rgba; texel != rgba + texels * 4; texel += 4) {
+        const float brightest = std::max({linear[texel[0]], linear[texel[1]], linear[texel[2]]});
+        const float alpha = std::round(brightest * 255.0f) / 255.0f;
+        for (std::size_t c = 0; c < 3; ++c)
+            texel[c] = alpha > 0 ? byteOf(linearToSrgb(std::min(1.0f, linear[texel[c]] / alpha))) : 0;
+        texel[3] = byteOf(alpha);
+    }
 }
 
 }  // namespace
@@ -60,9 +83,15 @@ TextureLevel halfLevel(const TextureLevel& level) {
 
 TextureImage loadTexture(const std::string& path) {
     TextureImage image;
-    int width = 0, height = 0, channels = 0;
-    std::unique_ptr<stbi_uc, void (*)(void*)> pixels(stbi_load(path.c_str(), &width, &height, &channels, 4),
-                                                     stbi_image_free);
+    int width = 0, height = 0;
+    Pixels pixels = readRgba(path, width, height);
+    // The browser's copy of the assets ships a JPEG beside each PNG it leaves out: `<stem>.jpg`,
+    // or for a sky `<stem>.sky.jpg`, its light over black (tools/WebCopy.cpp).
+    if (!pixels) pixels = readRgba(std::filesystem::path(path).replace_extension(".jpg").string(), width, height);
+    if (!pixels) {
+        pixels = readRgba(std::filesystem::path(path).replace_extension(".sky.jpg").string(), width, height);
+        if (pixels) skyFromLight(pixels.get(), static_cast<std::size_t>(width) * static_cast<std::size_t>(height));
+    }
     if (!pixels) return image;  // an unreadable image leaves the material's white
     TextureLevel top;
     top.width = width;

@@ -26,6 +26,10 @@ struct TextureImage {
     bool translucent = false;
 };
 
+/// The texture of the image at `path`; when that cannot be read, of the JPEG the browser's copy
+/// of the assets put in its place, under the same name with `.jpg` (an opaque texture) or
+/// `.sky.jpg` (a sky: its light over black, made translucent again here as the asset generator's
+/// skyTexel does) for the extension. The models keep naming the PNG either way.
 TextureImage loadTexture(const std::string& path);
 
 /// The next smaller level: half the size (at least 1), each texel the average in linear light

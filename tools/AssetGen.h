@@ -141,4 +141,28 @@ std::string colladaDocument(const Model& model);
 /// A number in the fixed format used in the documents: up to five decimals, no trailing zeros, no "-0".
 std::string formatNumber(double value);
 
+// --- The browser's copy ------------------------------------------------------
+
+/// JPEG quality of the browser's copy. Above 90 stb_image_write keeps full colour resolution (no
+/// chroma subsampling, which smears the Earth's coasts); at 95 every texture is within 1.6 levels
+/// of its PNG on average and the copy compresses to about 1.8 MB (docs/assets.md).
+constexpr int kWebJpegQuality = 95;
+
+/// The light of a sky texel (RGBA bytes) over black, as sRGB bytes: what skyTexel made it from.
+std::array<std::uint8_t, 3> skyLight(const std::uint8_t* texel);
+
+/// One file of the browser's copy: paths relative to the two folders, and sizes in bytes.
+struct WebCopyFile {
+    std::string source, written;
+    std::uintmax_t sourceBytes = 0, writtenBytes = 0;
+};
+
+/// Copies the asset folder `source` to `target` (which must not exist yet) for the browser,
+/// where download size counts: an opaque PNG becomes `<stem>.jpg` and a sky texture (a
+/// translucent one that skyTexel gives back from its light) `<stem>.sky.jpg` holding that
+/// light, each when the JPEG is the smaller; every other file is copied as it is. The models
+/// keep naming the PNGs; the renderer's loader reads the JPEG beside a missing PNG. Files in
+/// path order, the same bytes on every run; throws on failure, leaving `target` absent.
+std::vector<WebCopyFile> writeWebCopy(const std::filesystem::path& source, const std::filesystem::path& target);
+
 }  // namespace assetgen

@@ -2,6 +2,8 @@
 // OUTDIR/art.scnassets; --without-maps leaves out the textures made from the data packages' maps.
 // orrery-assetgen --check-maps: tells whether every map is installed as recorded.
 // orrery-assetgen --map-packages: the Debian packages that hold the maps.
+// orrery-assetgen --web-copy SRC OUTDIR: copies the asset folder SRC to OUTDIR/art.scnassets for
+// the browser, opaque textures as JPEG (writeWebCopy).
 // The output depends on nothing but the program, the font and the recorded maps, so running it
 // twice gives the same bytes.
 
@@ -135,6 +137,33 @@ void writeButton(const std::filesystem::path& assets, const ButtonSpec& button, 
     writeText(folder / (name + ".dae"), colladaDocument(model));
 }
 
+/// Writes the browser's copy and prints what became of each texture; the exit status.
+int webCopy(const std::filesystem::path& source, const std::filesystem::path& target) {
+    if (!std::filesystem::is_directory(source)) {
+        std::fprintf(stderr, "orrery-assetgen: %s is not a folder\n", source.string().c_str());
+        return 2;
+    }
+    if (std::filesystem::exists(target)) {
+        std::fprintf(stderr, "orrery-assetgen: %s exists already\n", target.string().c_str());
+        return 2;
+    }
+    try {
+        std::uintmax_t before = 0, after = 0;
+        for (const auto& file : writeWebCopy(source, target)) {
+            before += file.sourceBytes;
+            after += file.writtenBytes;
+            if (file.written != file.source)
+                std::printf("%s -> %s: %ju -> %ju bytes\n", file.source.c_str(), file.written.c_str(), file.sourceBytes,
+                            file.writtenBytes);
+        }
+        std::printf("%s: %ju -> %ju bytes\n", target.string().c_str(), before, after);
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "orrery-assetgen: %s\n", e.what());
+        return 1;
+    }
+    return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -144,10 +173,18 @@ int main(int argc, char** argv) {
         printMapPackages();
         return 0;
     }
+    if (!arguments.empty() && arguments[0] == "--web-copy") {
+        if (arguments.size() != 3) {
+            std::fprintf(stderr, "usage: orrery-assetgen --web-copy SRC_SCNASSETS OUTDIR\n");
+            return 2;
+        }
+        return webCopy(arguments[1], std::filesystem::path(arguments[2]) / "art.scnassets");
+    }
     const bool withMaps = arguments.empty() || arguments[0] != "--without-maps";
     if (!withMaps) arguments.erase(arguments.begin());
     if (arguments.empty() || arguments.size() > 2 || arguments[0].starts_with("--")) {
-        std::fprintf(stderr, "usage: orrery-assetgen [--without-maps] OUTDIR [FONT] | --check-maps | --map-packages\n");
+        std::fprintf(stderr, "usage: orrery-assetgen [--without-maps] OUTDIR [FONT] | --check-maps | --map-packages"
+                             " | --web-copy SRC_SCNASSETS OUTDIR\n");
         return 2;
     }
     try {

@@ -167,6 +167,14 @@ std::array<std::uint8_t, 4> skyTexel(const std::array<double, 3>& srgb) {
     return texel;
 }
 
+std::array<std::uint8_t, 3> skyLight(const std::uint8_t* texel) {
+    std::array<std::uint8_t, 3> light{};
+    for (int c = 0; c < 3; ++c)
+        light[c] = static_cast<std::uint8_t>(
+            std::lround(linearToSrgb(srgbToLinear(texel[c] / 255.0) * (texel[3] / 255.0)) * 255));
+    return light;
+}
+
 const std::vector<MapSource>& mapSources() { return kSources; }
 
 const MapSource* mapSourceFor(const std::string& texture) {
