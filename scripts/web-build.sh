@@ -9,6 +9,8 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 out=${ORRERY_WEB_BUILD_DIR:-"$root/build-web"}
 bash "$root/scripts/setup.sh" emscripten binaryen googletest chromium
 bash "$root/scripts/web-sources.sh" "$out/sources"
+# The page's copy of the models, with textures in web-suited formats.
+bash "$root/scripts/web-assets.sh" "$out/assets"
 # The native orrery-sim, which the node build is compared with: from the native build folder,
 # configured as scripts/build.sh configures it (nothing is rebuilt when the suite built it).
 native_sim=()
@@ -23,6 +25,7 @@ export NODE_PATH=/usr/share/nodejs
 # add a flag that newer node refuses).
 toolchain="$(dirname "$(readlink -f "$(command -v emcc)")")/cmake/Modules/Platform/Emscripten.cmake"
 cmake -S "$root" -B "$out" -DCMAKE_TOOLCHAIN_FILE="$toolchain" -DCMAKE_CROSSCOMPILING_EMULATOR="$(command -v node)" \
-  -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$out/install" -DORRERY_WEB_SOURCES="$out/sources" "${native_sim[@]}" >/dev/null
+  -DCMAKE_BUILD_TYPE=Release -DCMAKE_INSTALL_PREFIX="$out/install" -DORRERY_WEB_SOURCES="$out/sources" \
+  -DORRERY_WEB_ASSETS="$out/assets" "${native_sim[@]}" >/dev/null
 cmake --build "$out" -j "${ORRERY_JOBS:-2}"
 [ "${ORRERY_WEB_TESTS:-1}" = 0 ] || ctest --test-dir "$out" --output-on-failure -j "${ORRERY_JOBS:-2}"
