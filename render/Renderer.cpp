@@ -348,6 +348,26 @@ Renderer::~Renderer() = default;
 void Renderer::releaseUnused() { state_->releaseUnused(true); }
 
 void Renderer::draw(const memory::SceneFrame& frame, const Viewport& viewport, const RenderOptions& options) {
+    if (viewport.width <= 0 || viewport.height <= 0) {
+        ++state_->frame;
+        return;
+    }
+    const memory::SimulatedCamera& camera = frame.camera;
+    const Matrix projection =
+        perspective(static_cast<float>(camera.verticalFieldOfView),
+                    static_cast<float>(viewport.width) / static_cast<float>(viewport.height), kNear, kFar);
+    drawWith(frame, rigidInverse(fromSimd(camera.transform())), projection, viewport, options, false);
+}
+
+void Renderer::drawView(const memory::SceneFrame& frame, const std::array<float, 16>& view,
+                        const std::array<float, 16>& projection, const Viewport& viewport,
+                        const RenderOptions& options) {
+    drawWith(frame, view, projection, viewport, options, true);
+}
+
+void Renderer::drawWith(const memory::SceneFrame& frame, const std::array<float, 16>& view,
+                        const std::array<float, 16>& projection, const Viewport& viewport,
+                        const RenderOptions& options, bool overCamera) {
     State& s = *state_;
     ++s.frame;
     const int widthPx = viewport.width, heightPx = viewport.height;
@@ -355,15 +375,12 @@ void Renderer::draw(const memory::SceneFrame& frame, const Viewport& viewport, c
     glViewport(viewport.x, viewport.y, widthPx, heightPx);
     glEnable(GL_SCISSOR_TEST);
     glScissor(viewport.x, viewport.y, widthPx, heightPx);
-    glClearColor(0, 0, 0, 1);
+    // Over a live camera the picture is see-through wherever nothing virtual is drawn.
+    glClearColor(0, 0, 0, overCamera ? 0.0f : 1.0f);
     glClearDepthf(1.0f);
     glDepthMask(GL_TRUE);
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
 
-    const memory::SimulatedCamera& camera = frame.camera;
-    const Matrix projection = perspective(static_cast<float>(camera.verticalFieldOfView),
-                                          static_cast<float>(widthPx) / static_cast<float>(heightPx), kNear, kFar);
-    const Matrix view = rigidInverse(fromSimd(camera.transform()));
     const Matrix viewProjection = multiply(projection, view);
 
     glUseProgram(s.program);
@@ -378,7 +395,7 @@ void Renderer::draw(const memory::SceneFrame& frame, const Viewport& viewport, c
     glDisable(GL_BLEND);
 
     const Colour white{1, 1, 1, 1};
-    if (options.showCameraImage && frame.room) {
+    if (options.showCameraImage && frame.room && !overCamera) {
         // The camera feed is a backdrop: drawn with depth, then the depth is forgotten.
         std::vector<Vertex> vertices;
         std::vector<std::uint32_t> indices;

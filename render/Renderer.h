@@ -13,6 +13,7 @@
 
 #include "platform/memory/scene/CameraRoom.h"
 
+#include <array>
 #include <memory>
 
 namespace orrery::render {
@@ -71,11 +72,26 @@ public:
     /// is cleared or drawn.
     void draw(const memory::SceneFrame& frame, const Viewport& viewport, const RenderOptions& options = {});
 
+    /// One view of a camera the renderer does not own (an XR session's eye over the live camera
+    /// feed): `view` maps world to eye space and `projection` eye to clip space, both column-major
+    /// (element (row r, column c) at [c * 4 + r], as WebGL and glUniformMatrix4fv take them).
+    /// Draws into `viewport` of the framebuffer bound now as draw() does, with two differences:
+    /// the viewport is cleared to transparent black (alpha 0), so the camera feed shows wherever
+    /// nothing is drawn, and the simulated room is never drawn (`showCameraImage` is ignored).
+    /// Given frame.camera's own view and projection, everything drawn matches draw().
+    void drawView(const memory::SceneFrame& frame, const std::array<float, 16>& view,
+                  const std::array<float, 16>& projection, const Viewport& viewport,
+                  const RenderOptions& options = {});
+
     /// Frees the GPU copies of meshes, texts and textures no longer used by any scene.
     /// draw() does this by itself from time to time; call it to free memory at once.
     void releaseUnused();
 
 private:
+    void drawWith(const memory::SceneFrame& frame, const std::array<float, 16>& view,
+                  const std::array<float, 16>& projection, const Viewport& viewport, const RenderOptions& options,
+                  bool overCamera);
+
     struct State;
     std::unique_ptr<State> state_;
 };

@@ -3,6 +3,7 @@
 // Scripts of the page (and its tests) reach it through the orrery_* functions below.
 
 #include "web/page/PageInput.h"
+#include "web/xr/XrSession.h"
 
 #include "render/Gl.h"
 #include "render/Picture.h"
@@ -38,6 +39,7 @@ struct Page {
     sim::Simulator simulator{kAssetParent};
     std::unique_ptr<window::LiveSession> session;
     std::unique_ptr<web::PageInput> input;
+    std::unique_ptr<web::XrSession> xr;  ///< drives the app while an immersive-ar session runs
     std::unique_ptr<render::Renderer> renderer;
     std::unique_ptr<render::OffscreenPicture> picture;
     render::RenderOptions options;
@@ -60,6 +62,8 @@ Page* page = nullptr;
 EM_JS(void, openInNewTab, (const char* url), { window.open(UTF8ToString(url), '_blank', 'noopener'); });
 EM_JS(void, tellReady, (), { if (Module.onOrreryReady) Module.onOrreryReady(); });
 EM_JS(void, tellNoWebGL2, (), { if (Module.onNoWebGL2) Module.onNoWebGL2(); });
+EM_JS(void, tellXrStarted, (), { if (Module.onOrreryXrStarted) Module.onOrreryXrStarted(); });
+EM_JS(void, tellXrEnded, (), { if (Module.onOrreryXrEnded) Module.onOrreryXrEnded(); });
 
 /// The browser opens what the app asks the system to open (the Help button's guide) in a new tab.
 void openRequestedURLs() {
@@ -70,6 +74,7 @@ void openRequestedURLs() {
 }
 
 EM_BOOL onMouse(int type, const EmscriptenMouseEvent* event, void*) {
+    if (web::xrRunning()) return false;  // the session's screen is touched, not clicked
     return page->input->mouse(type, *event, page->clock());
 }
 EM_BOOL onWheel(int, const EmscriptenWheelEvent* event, void*) { return page->input->wheel(*event, page->clock()); }
@@ -77,6 +82,7 @@ EM_BOOL onKey(int type, const EmscriptenKeyboardEvent* event, void*) {
     return page->input->key(type, *event, page->clock());
 }
 EM_BOOL onTouch(int type, const EmscriptenTouchEvent* event, void*) {
+    if (web::xrRunning()) return page->xr->touch(type, *event, page->clock());
     return page->input->touch(type, *event, page->clock());
 }
 EM_BOOL onBlur(int, const EmscriptenFocusEvent*, void*) {
@@ -104,6 +110,7 @@ void drawPanel(int cssWidth, int cssHeight, double dpr, const web::PageLayout& l
 }
 
 EM_BOOL frame(double, void*) {
+    if (web::xrRunning()) return true;  // the session's frames draw meanwhile
     double cssWidth = 0, cssHeight = 0;
     emscripten_get_element_css_size(kCanvas, &cssWidth, &cssHeight);
     const double dpr = emscripten_get_device_pixel_ratio();
@@ -184,6 +191,49 @@ EMSCRIPTEN_KEEPALIVE const char* orrery_history() {
     return page->lastAnswer.c_str();
 }
 
+/// The surfaces of the simulated room the in-memory session finds feature points on, as JSON:
+/// {"surfaces": [{"height": Y, "minX": .., "maxX": .., "minZ": .., "maxZ": ..}, ...]} in metres,
+/// relative to where tracking started.
+EMSCRIPTEN_KEEPALIVE const char* orrery_room() {
+    using window::formatFloat;
+    std::string json = "{\"surfaces\":[";
+    const auto& surfaces = page->simulator.platform().view->room.surfaces;
+    for (std::size_t i = 0; i < surfaces.size(); ++i) {
+        const memory::RoomSurface& s = surfaces[i];
+        json += std::string(i ? "," : "") + "{\"height\":" + formatFloat(s.height) + ",\"minX\":" +
+                formatFloat(s.minX) + ",\"maxX\":" + formatFloat(s.maxX) + ",\"minZ\":" + formatFloat(s.minZ) +
+                ",\"maxZ\":" + formatFloat(s.maxZ) + "}";
+    }
+    page->lastAnswer = json + "]}";
+    return page->lastAnswer.c_str();
+}
+
+/// The AR button: asks the browser for an immersive-ar session (web/xr/).
+EMSCRIPTEN_KEEPALIVE void orrery_xr_enter() { web::requestXrSession(); }
+/// Ends the session.
+EMSCRIPTEN_KEEPALIVE void orrery_xr_exit() { web::endXrSession(); }
+
+/// Called by web/xr/XrLibrary.js when the session runs, at each of its frames, and when it ends.
+EMSCRIPTEN_KEEPALIVE void orrery_xr_started() {
+    page->input->blur(page->clock());  // fingers down on the page are let go
+    page->xr->started();
+    tellXrStarted();
+}
+EMSCRIPTEN_KEEPALIVE void orrery_xr_frame(double) {
+    double cssWidth = 0, cssHeight = 0;
+    emscripten_get_element_css_size(kCanvas, &cssWidth, &cssHeight);
+    if (!page->paused) page->now = std::max(page->now, page->clock());
+    page->xr->frame(page->now, CGSize{std::max(1.0, cssWidth), std::max(1.0, cssHeight)}, page->renderer.get(),
+                    page->options);
+    openRequestedURLs();
+}
+EMSCRIPTEN_KEEPALIVE void orrery_xr_ended() {
+    page->input->blur(page->clock());
+    page->simulator.platform().view->camera.viewport = memory::SimulatedCamera{}.viewport;
+    page->simulator.platform().view->camera.verticalFieldOfView = memory::SimulatedCamera{}.verticalFieldOfView;
+    tellXrEnded();
+}
+
 /// Shows or folds the panel.
 EMSCRIPTEN_KEEPALIVE void orrery_show_panel(int shown) { page->panelShown = shown != 0; }
 
@@ -220,6 +270,7 @@ int main(int argc, char** argv) {
         page->simulator, [](const std::string& line) { std::cout << line << std::endl; }, nullptr);
     page->input = std::make_unique<web::PageInput>(*page->session);
     page->panel.controls = web::kPageControls;
+    page->xr = std::make_unique<web::XrSession>(page->simulator, *page->session, *page->input);
     try {
         page->renderer = std::make_unique<render::Renderer>();
         page->picture = std::make_unique<render::OffscreenPicture>();
@@ -247,6 +298,13 @@ int main(int argc, char** argv) {
     emscripten_set_touchmove_callback(kCanvas, nullptr, true, onTouch);
     emscripten_set_touchend_callback(kCanvas, nullptr, true, onTouch);
     emscripten_set_touchcancel_callback(kCanvas, nullptr, true, onTouch);
+    // While an immersive-ar session runs, fingers land on its DOM overlay.
+    for (const char* overlay : {"#xr-overlay"}) {
+        emscripten_set_touchstart_callback(overlay, nullptr, true, onTouch);
+        emscripten_set_touchmove_callback(overlay, nullptr, true, onTouch);
+        emscripten_set_touchend_callback(overlay, nullptr, true, onTouch);
+        emscripten_set_touchcancel_callback(overlay, nullptr, true, onTouch);
+    }
     emscripten_set_blur_callback(EMSCRIPTEN_EVENT_TARGET_WINDOW, nullptr, true, onBlur);
 
     emscripten_request_animation_frame_loop(frame, nullptr);

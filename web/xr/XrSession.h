@@ -1,0 +1,100 @@
+#pragma once
+// The app in an immersive-ar WebXR session (web/xr/XrLibrary.js holds the browser's side): the
+// session's frames drive the app's clock and are drawn view by view over the live camera feed,
+// and the three AR operations of the in-memory view are answered by the session instead of the
+// simulated room and camera, through the entries the simulator itself uses:
+// - the camera: the viewer's pose becomes a `camera` line (position, yaw, pitch), and the view's
+//   screen and field of view become the XR view's, so scene hit tests and the frame's camera
+//   angles follow the phone;
+// - feature-point hit tests: when a finger lifts, the session's hit test along the ray from the
+//   viewer through that point (or, where the browser offers it, the hit test of the touch itself)
+//   is what the view's next feature-point hit test answers (`prepareFeatureHits`); the finger's
+//   lift waits for it, at most kHitWaitFrames frames;
+// - anchors: the app's anchors reach its new-anchor entry on the next frame as before, and each
+//   becomes an anchor of the session (createAnchor), whose tracked pose its node then follows.
+
+#include "platform/Types.h"
+#include "render/Renderer.h"
+#include "sim/Simulator.h"
+#include "web/page/PageInput.h"
+#include "window/LiveSession.h"
+
+#include <emscripten/html5.h>
+
+#include <array>
+#include <cstddef>
+#include <deque>
+#include <string>
+#include <vector>
+
+namespace orrery::web {
+
+using Matrix = std::array<float, 16>;  ///< column-major: element (row r, column c) at [c * 4 + r]
+
+/// The simulated camera's angles for a pose: yaw about y (0 looks along -z, positive turns
+/// left) and pitch (positive tilts up) of the pose's forward axis, -z; roll is dropped.
+struct CameraAngles {
+    float yaw = 0, pitch = 0;
+};
+CameraAngles cameraAngles(const Matrix& pose);
+
+/// The direction, in the viewer's space, of the ray through `point` of a screen `screen` points
+/// large that a view with `projection` shows (the inverse of the projection at the far plane).
+std::array<float, 3> viewerRayThrough(CGPoint point, CGSize screen, const Matrix& projection);
+
+/// The vertical field of view of a projection, in radians.
+double verticalFieldOfView(const Matrix& projection);
+
+/// A rotation matrix's unit quaternion (x, y, z, w).
+std::array<float, 4> rotationQuaternion(const simd_float4x4& matrix);
+
+/// Whether the browser's XR layer is linked in and a session runs.
+bool xrRunning();
+/// Asks the browser for an immersive-ar session (call it while handling the user's press).
+void requestXrSession();
+/// Ends the session.
+void endXrSession();
+
+class XrSession {
+public:
+    /// Frames a lifted finger waits for the session's hit test before it reaches the app anyway.
+    static constexpr int kHitWaitFrames = 30;
+    /// How recent (seconds) a touch's own hit test must be to stand for a finger that lifts.
+    static constexpr double kTouchHitAge = 0.25;
+
+    XrSession(sim::Simulator& simulator, window::LiveSession& session, PageInput& input)
+        : simulator_(simulator), session_(session), input_(input) {}
+
+    /// The session began: the page's screen is the XR view's.
+    void started();
+    /// A touch event of the page while the session runs; always taken.
+    bool touch(int eventType, const EmscriptenTouchEvent& event, double time);
+    /// One XR frame at `time` (the page's clock) on a page `css` pixels large: the camera, the
+    /// waiting touches, the app's frames, the anchors, then every view drawn.
+    void frame(double time, CGSize css, render::Renderer* renderer, const render::RenderOptions& options);
+
+private:
+    struct PendingTouch {
+        int type;
+        EmscriptenTouchEvent event;
+        double time;
+        int request;  ///< the hit test it waits for, or -1
+        int framesWaited = 0;
+    };
+    void followViewer(const std::vector<Matrix>& projections);
+    void deliverTouches();
+    void mirrorAnchors();
+    void prepare(const std::vector<simd_float4x4>& hits);
+
+    sim::Simulator& simulator_;
+    window::LiveSession& session_;
+    PageInput& input_;
+    PageLayout layout_;
+    std::deque<PendingTouch> waiting_;
+    int nextRequest_ = 0;
+    std::size_t anchorsMirrored_ = 0;
+    std::string lastCameraLine_;
+    std::vector<Matrix> projections_;  ///< of the latest frame's views
+};
+
+}  // namespace orrery::web
