@@ -299,12 +299,11 @@ int main(int argc, char** argv) {
     emscripten_set_touchend_callback(kCanvas, nullptr, true, onTouch);
     emscripten_set_touchcancel_callback(kCanvas, nullptr, true, onTouch);
     // While an immersive-ar session runs, fingers land on its DOM overlay.
-    for (const char* overlay : {"#xr-overlay"}) {
-        emscripten_set_touchstart_callback(overlay, nullptr, true, onTouch);
-        emscripten_set_touchmove_callback(overlay, nullptr, true, onTouch);
-        emscripten_set_touchend_callback(overlay, nullptr, true, onTouch);
-        emscripten_set_touchcancel_callback(overlay, nullptr, true, onTouch);
-    }
+    constexpr const char* kOverlay = "#xr-overlay";
+    emscripten_set_touchstart_callback(kOverlay, nullptr, true, onTouch);
+    emscripten_set_touchmove_callback(kOverlay, nullptr, true, onTouch);
+    emscripten_set_touchend_callback(kOverlay, nullptr, true, onTouch);
+    emscripten_set_touchcancel_callback(kOverlay, nullptr, true, onTouch);
     emscripten_set_blur_callback(EMSCRIPTEN_EVENT_TARGET_WINDOW, nullptr, true, onBlur);
 
     emscripten_request_animation_frame_loop(frame, nullptr);
