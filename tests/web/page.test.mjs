@@ -1,38 +1,22 @@
 // The page in headless Chromium (Debian's, through puppeteer-core; SwiftShader draws WebGL 2):
 // it starts, real touch events reach the app as taps and pinches, and its canvas shows what the
-// native renderer's golden image shows. ORRERY_WEB_SITE names the built site (default build-web/site).
-import { test, before, after } from 'node:test';
+// native renderer's golden image shows.
+import { test } from 'node:test';
 import assert from 'node:assert/strict';
 import { readFileSync } from 'node:fs';
-import { dirname, join } from 'node:path';
-import { fileURLToPath } from 'node:url';
-import puppeteer from 'puppeteer-core';
-import { serve } from '../../web/serve.mjs';
+import { join } from 'node:path';
+import { kScreen, root, useBrowser } from './browser.mjs';
 
-const root = join(dirname(fileURLToPath(import.meta.url)), '../..');
-const built = process.env.ORRERY_WEB_SITE ?? join(root, 'build-web/site');
-const chromiumArgs = ['--headless=new', '--no-sandbox', '--use-angle=swiftshader', '--enable-unsafe-swiftshader'];
-const kScreen = { width: 390, height: 844 };  // the phone's screen in points
-
-let server, browser, base;
-before(async () => {
-  server = await serve(built, 0);
-  base = `http://127.0.0.1:${server.address().port}/`;
-  browser = await puppeteer.launch({ executablePath: process.env.CHROMIUM ?? '/usr/bin/chromium', args: chromiumArgs });
-});
-after(async () => {
-  await browser?.close();
-  server?.close();
-});
+const context = useBrowser();
 
 /// A page at `viewport` CSS pixels, ready (first frame drawn), with its errors collected.
 async function openPage(viewport, query = '') {
-  const page = await browser.newPage();
+  const page = await context.browser.newPage();
   const errors = [];
   page.on('pageerror', (error) => errors.push(error.message));
   page.on('console', (message) => { if (message.type() === 'error') errors.push(message.text()); });
   await page.setViewport(viewport);
-  await page.goto(base + query);
+  await page.goto(context.base + query);
   await page.waitForFunction('window.orreryReady === true', { timeout: 20000 });
   return { page, errors };
 }
@@ -95,7 +79,7 @@ test('the Help button opens the guide in a new tab', async () => {
   assert.equal(await run(page, 'camera 0 0 0 0.6 -1.0'), 0);
   const [x, y] = await locate(page, 'HelpButton');
   const touch = await page.createCDPSession();
-  const opened = browser.waitForTarget((target) => target.opener() === page.target(), { timeout: 5000 });
+  const opened = context.browser.waitForTarget((target) => target.opener() === page.target(), { timeout: 5000 });
   await touch.send('Input.dispatchTouchEvent', { type: 'touchStart', touchPoints: [{ x, y, id: 1 }] });
   await touch.send('Input.dispatchTouchEvent', { type: 'touchEnd', touchPoints: [] });
   const tab = await opened;
@@ -108,14 +92,14 @@ test('the Help button opens the guide in a new tab', async () => {
 });
 
 test('a browser without WebGL 2 is told so in words', async () => {
-  const page = await browser.newPage();
+  const page = await context.browser.newPage();
   await page.evaluateOnNewDocument(() => {
     const getContext = HTMLCanvasElement.prototype.getContext;
     HTMLCanvasElement.prototype.getContext = function (kind, ...rest) {
       return kind === 'webgl2' ? null : getContext.call(this, kind, ...rest);
     };
   });
-  await page.goto(base);
+  await page.goto(context.base);
   const status = await page.$eval('#status', (element) => element.textContent);
   assert.match(status, /no WebGL 2/);
   assert.equal(await page.evaluate(() => typeof Module._orrery_dump), 'undefined');  // the app never loaded

@@ -3,33 +3,16 @@
 // synthetic room made of the surfaces the in-memory AR session uses (the page exports them).
 // A tap on the floor puts a copy of the selected body on a new anchor where the room says, as
 // the same tap does in the simulator; the buttons and gestures still work. Without WebXR's
-// immersive-ar the page offers no AR button. ORRERY_WEB_SITE names the built site.
-import { test, before, after } from 'node:test';
+// immersive-ar the page offers no AR button.
+import { test } from 'node:test';
 import assert from 'node:assert/strict';
 import { readFileSync } from 'node:fs';
-import { dirname, join } from 'node:path';
 import { createRequire } from 'node:module';
-import { fileURLToPath } from 'node:url';
-import puppeteer from 'puppeteer-core';
-import { serve } from '../../web/serve.mjs';
+import { kScreen, useBrowser } from './browser.mjs';
 
-const root = join(dirname(fileURLToPath(import.meta.url)), '../..');
-const built = process.env.ORRERY_WEB_SITE ?? join(root, 'build-web/site');
 const iwer = readFileSync(createRequire(import.meta.url).resolve('iwer/build/iwer.js'), 'utf8');
-const chromiumArgs = ['--headless=new', '--no-sandbox', '--use-angle=swiftshader', '--enable-unsafe-swiftshader'];
-const kScreen = { width: 390, height: 844 };  // CSS pixels: the simulator's screen, one point a pixel
-const kFieldOfView = Math.PI / 3;             // vertical, as the simulated camera's
-
-let server, browser, base;
-before(async () => {
-  server = await serve(built, 0);
-  base = `http://127.0.0.1:${server.address().port}/`;
-  browser = await puppeteer.launch({ executablePath: process.env.CHROMIUM ?? '/usr/bin/chromium', args: chromiumArgs });
-});
-after(async () => {
-  await browser?.close();
-  server?.close();
-});
+const kFieldOfView = Math.PI / 3;  // vertical, as the simulated camera's
+const context = useBrowser();
 
 /// Where a ray (origin o, direction d) meets the room's surfaces, nearest first. Runs in the page
 /// (the synthetic environment) and here alike.
@@ -77,7 +60,7 @@ function installPhone(fieldOfView, roomHitsSource) {
 }
 
 async function openPage({ phone }) {
-  const page = await browser.newPage();
+  const page = await context.browser.newPage();
   const errors = [];
   page.on('pageerror', (error) => errors.push(error.message));
   page.on('console', (message) => { if (message.type() === 'error') errors.push(message.text()); });
@@ -86,7 +69,7 @@ async function openPage({ phone }) {
     await page.evaluateOnNewDocument(iwer);
     await page.evaluateOnNewDocument(installPhone, kFieldOfView, roomHits.toString());
   }
-  await page.goto(base + '?panel=0');
+  await page.goto(context.base + '?panel=0');
   await page.waitForFunction('window.orreryReady === true && window.orreryXrChecked === true', { timeout: 20000 });
   return { page, errors };
 }
