@@ -4,6 +4,7 @@
 
 #include "app/ViewController.h"
 #include "platform/memory/MemoryPlatform.h"
+#include "platform/memory/numbers/NumberText.h"
 #include "sim/Simulator.h"
 #include "platform/memory/scene/MemoryScene.h"
 
@@ -11,7 +12,6 @@
 
 #include <gtest/gtest.h>
 
-#include <charconv>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -29,8 +29,8 @@ inline std::string compact(const Json& j) {
         char buffer[40];
         const double x = j.get<double>();
         const float f = static_cast<float>(x);
-        const auto end = static_cast<double>(f) == x ? std::to_chars(buffer, buffer + 40, f).ptr
-                                                     : std::to_chars(buffer, buffer + 40, x).ptr;
+        const auto end = static_cast<double>(f) == x ? numbers::writeNumber(buffer, buffer + 40, f).ptr
+                                                     : numbers::writeNumber(buffer, buffer + 40, x).ptr;
         return {buffer, end};
     }
     if (!j.is_array() && !j.is_object()) return j.dump();

@@ -89,7 +89,7 @@ INSTANTIATE_TEST_SUITE_P(Scenes, GoldenImage,
                          ::testing::Values("start", "buttons", "overview", "single-body", "placement"),
                          [](const auto& info) {
                              std::string name = info.param;
-                             std::ranges::replace(name, '-', '_');  // test names take no '-'
+                             std::replace(name.begin(), name.end(), '-', '_');  // test names take no '-'
                              return name;
                          });
 

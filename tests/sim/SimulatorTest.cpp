@@ -203,7 +203,8 @@ TEST_F(OrrerySimTest, CallsReportsEachCallOnce) {
         }
     }
     EXPECT_GT(lines[0]["calls"].size(), 35u);  // loading and placing the 35 models
-    EXPECT_TRUE(std::ranges::any_of(lines[1]["calls"], [](const json& call) {
+    const json& pinchCalls = lines[1]["calls"];
+    EXPECT_TRUE(std::any_of(pinchCalls.begin(), pinchCalls.end(), [](const json& call) {
         return call["op"] == "runAction:forKey:" && call["target"] == "Earth";  // the pinch's scaling
     })) << lines[1].dump();
     EXPECT_TRUE(lines[2]["calls"].empty());

@@ -1,11 +1,11 @@
 // Mouse input to the controller's events: which events, in which states, at which moments.
 
 #include "window/InputMapping.h"
+#include "platform/memory/numbers/NumberText.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <sstream>
 #include <string>
@@ -40,11 +40,11 @@ Step cancel(double t) { return {t, std::nullopt, {-1, -1}}; }
 
 /// Lines equal word by word, numbers (also inside X,Y) within 1e-9.
 bool sameLine(std::string a, std::string b) {
-    std::ranges::replace(a, ',', ' ');
-    std::ranges::replace(b, ',', ' ');
+    std::replace(a.begin(), a.end(), ',', ' ');
+    std::replace(b.begin(), b.end(), ',', ' ');
     std::istringstream sa(a), sb(b);
     auto number = [](const std::string& w, double& v) {
-        return std::from_chars(w.data(), w.data() + w.size(), v).ptr == w.data() + w.size();
+        return numbers::readNumber(w.data(), w.data() + w.size(), v).ptr == w.data() + w.size();
     };
     double x = 0, y = 0;
     for (std::string wa, wb; sa >> wa;)
