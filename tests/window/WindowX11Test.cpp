@@ -2,8 +2,6 @@
 // The window's picture and its clicks must agree at any size, F12 must write a picture while
 // the window's own OpenGL context is current, and a run with no display must say so and stop.
 
-#include "window/SdlInput.h"
-
 #include "tests/support/Programs.h"
 
 #include <gtest/gtest.h>
@@ -11,7 +9,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -24,31 +21,6 @@ namespace fs = std::filesystem;
 using orrery::testing::readFile;
 using orrery::testing::runProgram;
 using orrery::testing::TempDir;
-
-TEST(Letterbox, TheScreenKeepsItsShapeCentredInAnyWindow) {
-    const orrery::CGSize phone{390, 844};
-    struct Case {
-        int width, height;
-        orrery::window::ScreenArea expected;
-    };
-    const Case cases[] = {
-        {390, 844, {0, 0, 390, 844}},    // its own size
-        {600, 600, {161, 0, 277, 600}},  // wide: bars left and right
-        {390, 400, {102, 0, 185, 400}},  // wide too
-        {200, 844, {0, 205, 200, 433}},  // narrow: bars above and below
-        {1, 1, {0, 0, 1, 1}},            // never nothing
-    };
-    for (const Case& c : cases) {
-        const auto area = orrery::window::letterbox(c.width, c.height, phone);
-        EXPECT_EQ((std::array{area.x, area.y, area.width, area.height}),
-                  (std::array{c.expected.x, c.expected.y, c.expected.width, c.expected.height}))
-            << c.width << "x" << c.height;
-        // The middle of the window is the middle of the phone's screen.
-        const orrery::CGPoint middle = area.toPoints(area.x + area.width / 2.0, area.y + area.height / 2.0);
-        EXPECT_NEAR(middle.x, 195, 1e-9);
-        EXPECT_NEAR(middle.y, 422, 1e-9);
-    }
-}
 
 /// Runs `script` with bash in `dir`, with an X server of its own on DISPLAY.
 orrery::testing::ProgramRun underXvfb(const fs::path& dir, const std::string& script) {
