@@ -72,7 +72,7 @@ set(ORRERY_NOT_UNDER_NODE
   # Tests that start another program (tests/support/Programs.h): no posix_spawn.
   tests/sim/SimulatorTest.cpp tests/window/WindowCommandTest.cpp
   # Tests that draw through EGL (render/Snapshot.cpp is the desktop's) or start orrery-sim to draw.
-  tests/render/RendererTest.cpp tests/render/GoldenImageTest.cpp
+  tests/render/RendererTest.cpp tests/render/XrViewTest.cpp tests/render/GoldenImageTest.cpp
   # SDL's events, EGL pictures and orrery-sim replaying the recording.
   tests/window/LiveSessionTest.cpp
   # orrery-sim's window under an X11 server (Xvfb, xdotool).
@@ -89,7 +89,9 @@ orrery_tests(orrery_scene_tests SOURCES tests/platform/memory/scene/*.cpp LINK o
 # pugixml: ColladaTransformsTest.cpp reads XML itself (natively its header is on the system's path).
 orrery_tests(orrery_collada_tests SOURCES tests/platform/memory/collada/*.cpp LINK orrery_collada orrery_logic pugixml::pugixml)
 orrery_tests(orrery_memory_tests SOURCES tests/platform/memory/*.cpp LINK orrery_memory)
-orrery_tests(orrery_render_tests SOURCES tests/render/*.cpp EXCEPT ${ORRERY_NOT_UNDER_NODE} LINK orrery_render orrery_memory)
+# stb: TextureFallbackTest.cpp writes and reads pictures itself.
+orrery_tests(orrery_render_tests SOURCES tests/render/*.cpp EXCEPT ${ORRERY_NOT_UNDER_NODE}
+  LINK orrery_render orrery_memory PkgConfig::STB)
 orrery_tests(orrery_sim_tests SOURCES tests/sim/*.cpp EXCEPT ${ORRERY_NOT_UNDER_NODE} LINK orrery_sim)
 orrery_tests(orrery_window_tests SOURCES tests/window/*.cpp EXCEPT ${ORRERY_NOT_UNDER_NODE} LINK orrery_window)
 orrery_tests(orrery_layout_tests SOURCES tests/layout/*.cpp)
