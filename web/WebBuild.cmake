@@ -50,7 +50,9 @@ orrery_web_unit(orrery_window window WITHOUT SdlInput.cpp Window.cpp LINK orrery
 add_executable(orrery-sim cli/main.cpp)
 target_link_libraries(orrery-sim PRIVATE orrery_sim orrery_window)
 target_compile_definitions(orrery-sim PRIVATE ORRERY_WITHOUT_DISPLAY)
-target_link_options(orrery-sim PRIVATE ${ORRERY_NODE_LINK_OPTIONS})
+target_link_options(orrery-sim PRIVATE ${ORRERY_NODE_LINK_OPTIONS}
+  "SHELL:--pre-js ${CMAKE_CURRENT_SOURCE_DIR}/web/node-environment.js")
+set_property(TARGET orrery-sim APPEND PROPERTY LINK_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/web/node-environment.js)
 # Compared with a native one where scripts/web-build.sh names it (it always does when it tests).
 set(ORRERY_NATIVE_SIM "" CACHE FILEPATH "A native orrery-sim that the node one is compared with")
 if(ORRERY_NATIVE_SIM)

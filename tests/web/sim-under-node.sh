@@ -27,4 +27,17 @@ check "gestures, frames, dump and calls" gestures.scenario
 check "a line that cannot be read" bad.scenario
 check "--help" --help
 check "an unknown option" --bogus
+
+# The environment names the assets, here none: a fatal stop, which ends the native program with
+# SIGABRT and the node one with status 1 after two lines of emscripten's own. The same output
+# otherwise, and both fail.
+(cd "$work" && ORRERY_ASSET_PARENT=/nonexistent node "$node_sim" >node.out 2>&1; echo "$?" >node.status)
+(cd "$work" && ORRERY_ASSET_PARENT=/nonexistent "$native" >native.out 2>&1; echo "$?" >native.status) 2>/dev/null
+grep -v -e '^Aborted()$' -e '^exiting due to exception: RuntimeError: Aborted()' "$work/node.out" >"$work/node.kept"
+if ! cmp -s "$work/node.kept" "$work/native.out" || [ "$(cat "$work/node.status")" = 0 ] ||
+   [ "$(cat "$work/native.status")" = 0 ]; then
+  echo "differs: a fatal stop on assets named by the environment"
+  diff "$work/native.out" "$work/node.kept" | head -5
+  failed=1
+fi
 exit $failed
