@@ -3,6 +3,7 @@
 
 #include "platform/memory/MemoryPlatform.h"
 #include "render/Snapshot.h"
+#include "tests/support/Shapes.h"
 
 #include <gtest/gtest.h>
 
@@ -39,19 +40,7 @@ int countWhere(const Image& image, Predicate predicate, double x0 = 0, double y0
     return n;
 }
 
-/// A cube of side 1 around the origin, triangles counter-clockwise seen from outside.
-std::shared_ptr<memory::MemoryMeshGeometry> cube(const UIColor& colour) {
-    auto g = std::make_shared<memory::MemoryMeshGeometry>();
-    for (int i = 0; i < 8; ++i)
-        g->positions.push_back({i & 1 ? 0.5f : -0.5f, i & 2 ? 0.5f : -0.5f, i & 4 ? 0.5f : -0.5f});
-    g->indices = {0, 2, 3, 0, 3, 1, 4, 5, 7, 4, 7, 6, 0, 1, 5, 0, 5, 4,
-                  2, 6, 7, 2, 7, 3, 0, 4, 6, 0, 6, 2, 1, 3, 7, 1, 7, 5};
-    g->computeBounds();
-    auto material = std::make_shared<memory::MemoryMaterial>();
-    material->diffuseProperty->contents = colour;
-    g->materials.push_back(material);
-    return g;
-}
+using orrery::testing::cube;
 
 class RendererTest : public ::testing::Test {
 protected:

@@ -10,6 +10,7 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <string>
 #include <thread>
 #include <vector>
@@ -21,6 +22,14 @@ namespace orrery::testing {
 namespace fs = std::filesystem;
 
 /// The whole file, byte for byte; empty when it cannot be read.
+/// Every regular file below `root`, by path relative to it.
+inline std::map<std::string, fs::path> filesBelow(const fs::path& root) {
+    std::map<std::string, fs::path> files;
+    for (const auto& entry : fs::recursive_directory_iterator(root))
+        if (entry.is_regular_file()) files.emplace(fs::relative(entry.path(), root).generic_string(), entry.path());
+    return files;
+}
+
 inline std::string readFile(const fs::path& file) {
     std::ifstream in(file, std::ios::binary);
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};

@@ -27,14 +27,8 @@ namespace fs = std::filesystem;
 const fs::path kAssets = fs::path(ORRERY_SOURCE_DIR) / "art.scnassets";
 const std::string kGenerator = ORRERY_ASSETGEN_BINARY;
 
+using orrery::testing::filesBelow;
 using orrery::testing::readFile;
-
-std::map<std::string, fs::path> filesBelow(const fs::path& root) {
-    std::map<std::string, fs::path> files;
-    for (const auto& entry : fs::recursive_directory_iterator(root))
-        if (entry.is_regular_file()) files.emplace(fs::relative(entry.path(), root).generic_string(), entry.path());
-    return files;
-}
 
 int runGenerator(const std::vector<std::string>& arguments, const fs::path& dir) {
     std::vector<std::string> argv{kGenerator};
