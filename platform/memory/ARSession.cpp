@@ -47,6 +47,7 @@ void MemoryARSession::addAnchor(const std::shared_ptr<ARAnchor>& anchor) {
     if (!anchor) return;
     anchors.push_back(anchor);
     pendingAnchors.push_back(anchor);
+    if (view_.world) view_.world->track(anchor);
 }
 
 }  // namespace orrery::memory

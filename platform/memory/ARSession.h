@@ -23,7 +23,8 @@ public:
     void pause() override;
     /// `latestFrame`: the frame of the latest runFrame while running; nothing before the first.
     std::shared_ptr<const ARFrame> currentFrame() const override;
-    /// Queues the anchor: its node is made and reported on the next frame.
+    /// Queues the anchor: its node is made and reported on the next frame. A world the view
+    /// stands on tracks it from now on.
     void addAnchor(const std::shared_ptr<ARAnchor>& anchor) override;
 
     SessionState state = SessionState::notStarted;

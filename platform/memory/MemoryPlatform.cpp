@@ -171,6 +171,7 @@ void MemoryPlatform::runFrame(double seconds) {
         frame->camera.eulerAngles = {view->camera.pitch, view->camera.yaw, 0.0f};
         session.latestFrame = std::move(frame);
         view->reportPendingAnchors();
+        view->followTrackedAnchors();
     }
     drainMainQueue();
     if (view->currentScene) view->currentScene->root()->advanceTree(seconds);

@@ -157,7 +157,10 @@ std::vector<ARHitTestResult> MemoryARSCNView::hitTestTypes(CGPoint point, std::u
         return results;
     }
     if (!(types & ARHitTestResultTypeFeaturePoint)) return {};
-    return geometricFeatureHitTest(point);
+    if (!world) return geometricFeatureHitTest(point);
+    std::vector<ARHitTestResult> results;
+    for (const auto& transform : world->featurePoints(point)) results.push_back({transform});
+    return results;
 }
 
 void MemoryARSCNView::addGestureRecognizer(const std::shared_ptr<UIGestureRecognizer>& recognizer) {
@@ -220,6 +223,12 @@ void MemoryARSCNView::reportPendingAnchors() {
         // On the device this comes from the rendering thread.
         if (delegate) delegate->rendererDidAddNodeForAnchor(*this, node, anchor);
     }
+}
+
+void MemoryARSCNView::followTrackedAnchors() {
+    if (!world) return;
+    for (auto& [anchor, node] : anchorNodes)
+        if (const auto transform = world->trackedTransform(*anchor)) node->setTransformMatrix(*transform);
 }
 
 SceneFrame MemoryARSCNView::frame() const {

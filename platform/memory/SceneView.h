@@ -1,9 +1,11 @@
 #pragma once
 // The simulated AR scene view: the scene shown, the session, the recognisers attached, the
-// device camera and its room, and the hit tests answered geometrically or as prepared.
+// device camera and its room (or a real world-tracking runtime), and the hit tests answered
+// geometrically or as prepared.
 
 #include "platform/ARKit.h"
 #include "platform/memory/ARSession.h"
+#include "platform/memory/ARWorld.h"
 #include "platform/memory/CallLog.h"
 #include "platform/memory/Recognizers.h"
 #include "platform/memory/scene/CameraRoom.h"
@@ -33,7 +35,8 @@ public:
     ARSession& session() override;
     /// The prepared hits if any, else geometricHitTest.
     std::vector<SCNHitTestResult> hitTestOptions(CGPoint point, const SCNHitTestOptions& options) override;
-    /// The prepared hits if any, else geometricFeatureHitTest for feature-point types.
+    /// The prepared hits if any, else for feature-point types the world's feature points, or
+    /// without a world geometricFeatureHitTest.
     std::vector<ARHitTestResult> hitTestTypes(CGPoint point, std::uint64_t types) override;
     /// Appends to `gestureRecognizers`, which the simulator's input drives.
     void addGestureRecognizer(const std::shared_ptr<UIGestureRecognizer>& recognizer) override;
@@ -46,6 +49,9 @@ public:
     std::vector<std::shared_ptr<UIGestureRecognizer>> gestureRecognizers;
     SimulatedCamera camera;
     SimulatedRoom room = SimulatedRoom::standard();
+    /// A real world-tracking runtime answering feature-point hit tests and tracking anchors in
+    /// place of `room`, or none. Not owned.
+    ARWorld* world = nullptr;
     MemoryARSession arSession;
     /// The node made for each reported anchor, in report order.
     std::vector<std::pair<std::shared_ptr<ARAnchor>, std::shared_ptr<MemoryNode>>> anchorNodes;
@@ -54,6 +60,8 @@ public:
     SceneFrame frame() const;
     /// Makes the node of every pending anchor, attaches it under the scene root and tells the delegate.
     void reportPendingAnchors();
+    /// Moves the node of every anchor the world tracks to where the world sees it now.
+    void followTrackedAnchors();
 
     /// The next scene hit test returns these nodes (nearest first) instead of a geometric answer.
     void prepareSceneHits(std::vector<std::shared_ptr<SCNNode>> nodes) { preparedSceneHits_ = std::move(nodes); }
