@@ -57,9 +57,51 @@ function installPhone(fieldOfView, roomHitsSource) {
   device.installSEM(Room);
   device.installRuntime({ forceInstall: true });
   window.phone = device;
+  window.room = new Room();
+  // Hit-test sources asked along a ray (counted; iwer answers them).
+  window.offsetRayRequests = 0;
+  const requestHitTestSource = XRSession.prototype.requestHitTestSource;
+  XRSession.prototype.requestHitTestSource = function (options) {
+    ++window.offsetRayRequests;
+    return requestHitTestSource.call(this, options);
+  };
 }
 
-async function openPage({ phone }) {
+/// A FAKE of the one WebXR call iwer lacks, hit tests of screen touches
+/// (requestHitTestSourceForTransientInput and the frame's results for it): while a finger is on
+/// the glass, each frame answers what the ray from the phone through it meets in the room, as a
+/// phone's browser does. Runs in the page after installPhone.
+function fakeTransientInputHitTests(fieldOfView) {
+  let finger = null;
+  addEventListener('touchstart', (e) => { finger = [e.touches[0].clientX, e.touches[0].clientY]; }, { capture: true });
+  addEventListener('touchend', () => { finger = null; }, { capture: true });
+  window.transientAnswers = 0;
+  const start = [...window.phone.position.vec3];
+  XRSession.prototype.requestHitTestSourceForTransientInput = async (options) => {
+    if (options.profile !== 'generic-touchscreen') throw new DOMException('no such profile', 'NotSupportedError');
+    return { cancel() {} };
+  };
+  XRFrame.prototype.getHitTestResultsForTransientInput = () => {
+    if (!finger) return [];
+    // The ray through the finger in the phone's space, turned and moved by its pose.
+    const f = (innerHeight / 2) / Math.tan(fieldOfView / 2);
+    const v = [(finger[0] - innerWidth / 2) / f, -(finger[1] - innerHeight / 2) / f, -1];
+    const [qx, qy, qz, qw] = window.phone.quaternion.quat;
+    const t = [2 * (qy * v[2] - qz * v[1]), 2 * (qz * v[0] - qx * v[2]), 2 * (qx * v[1] - qy * v[0])];
+    const d = [v[0] + qw * t[0] + (qy * t[2] - qz * t[1]), v[1] + qw * t[1] + (qz * t[0] - qx * t[2]),
+               v[2] + qw * t[2] + (qx * t[1] - qy * t[0])];
+    const o = window.phone.position.vec3;
+    const ray = [1, 0, 0, 0, 0, 1, 0, 0, -d[0], -d[1], -d[2], 0, o[0], o[1], o[2], 1];
+    const results = window.room.computeHitTestResults(ray).map((m) => ({
+      getPose: () => ({ transform: { matrix: [1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0,
+                                             m[12] - start[0], m[13] - start[1], m[14] - start[2], 1] } }),
+    }));
+    ++window.transientAnswers;
+    return [{ inputSource: null, results }];
+  };
+}
+
+async function openPage({ phone, transientHits = false }) {
   const page = await context.browser.newPage();
   const errors = [];
   page.on('pageerror', (error) => errors.push(error.message));
@@ -68,6 +110,7 @@ async function openPage({ phone }) {
   if (phone) {
     await page.evaluateOnNewDocument(iwer);
     await page.evaluateOnNewDocument(installPhone, kFieldOfView, roomHits.toString());
+    if (transientHits) await page.evaluateOnNewDocument(fakeTransientInputHitTests, kFieldOfView);
   }
   await page.goto(context.base + '?panel=0');
   await page.waitForFunction('window.orreryReady === true && window.orreryXrChecked === true', { timeout: 20000 });
@@ -112,8 +155,17 @@ function cameraRay(yaw, pitch, x, y) {
 const kYaw = 0.6, kPitch = -1.0;  // looking down at the buttons and the floor beside them
 const kFloorTap = [330, 720];      // a spot of the floor beside the buttons
 
-test('a tap on the floor in an AR session hangs a copy of the Earth on an anchor where the room says, as the simulator does', async () => {
-  const { page, errors } = await openPage({ phone: true });
+// Both ways a browser finds what a touch hits: a hit-test source along the touch's ray (iwer
+// offers it), or the touch's own (Chrome on a phone; faked here). The finger stays long enough
+// for frames to see it.
+const kHitWays = [
+  { way: 'a hit-test source along its ray', transientHits: false, holdMs: 0 },
+  { way: 'the hit test of the touch itself', transientHits: true, holdMs: 150 },
+];
+
+for (const { way, transientHits, holdMs } of kHitWays)
+test(`a tap on the floor in an AR session, found by ${way}, hangs a copy of the Earth on an anchor where the room says, as the simulator does`, async () => {
+  const { page, errors } = await openPage({ phone: true, transientHits });
   assert.equal(await page.$eval('#ar-button', (b) => b.classList.contains('hidden')), false, 'the AR button shows');
   await page.click('#ar-button');
   await page.waitForFunction(() => !document.getElementById('xr-overlay').classList.contains('hidden'), { timeout: 10000 });
@@ -125,9 +177,14 @@ test('a tap on the floor in an AR session hangs a copy of the Earth on an anchor
 
   const before = await dump(page);
   assert.equal(before.anchors.length, 0);
-  await tap(page, ...kFloorTap);
+  await tap(page, ...kFloorTap, holdMs);
   await page.waitForFunction(() => JSON.parse(Module.UTF8ToString(Module._orrery_dump())).anchors.length === 1, { timeout: 5000 });
   await sleep(100);
+  const asked = await page.evaluate(() => ({ rays: window.offsetRayRequests, touches: window.transientAnswers ?? 0,
+                                             entities: Module.orreryXrHitEntities }));
+  assert.equal(asked.rays, transientHits ? 0 : 1, 'hit-test sources asked along a ray');
+  assert.equal(asked.touches > 0, transientHits, 'hit tests of the touch answered');
+  assert.equal(asked.entities, 'point,plane', 'feature points asked for first');
   const state = await dump(page);
   const anchor = translation(state.anchors[0].transform);
   const { surfaces } = await page.evaluate(() => JSON.parse(Module.UTF8ToString(Module._orrery_room())));

@@ -12,8 +12,32 @@ mergeInto(LibraryManager.library, {
     lastTransient: null,    // {time, hits}: what the latest touch on the screen hit
     requests: null,         // Map id -> {source, hits}: offset-ray hit tests asked for
     anchors: null,          // Map id -> {anchor, failed}: XR anchors mirroring the app's
+    // What hit tests look for, most wanted first: feature points as ARKit's hit test finds them,
+    // with planes besides; a browser that refuses points gets planes alone (WebXR's default).
+    entityTypeChoices: [['point', 'plane'], ['plane']],
+    entityTypes: null,      // the choice the browser took, once one was taken
     time: 0,
     write: function (pointer, values) { HEAPF32.set(values, pointer >> 2); },
+    // Asks for a hit-test source with each entity-type choice in turn until the browser takes
+    // one (it refuses types it does not offer), then keeps to that choice. Told once, for whoever
+    // checks a new browser: which entities its hit tests find.
+    withEntityTypes: async function (ask) {
+      const xr = orreryXr;
+      const from = xr.entityTypes ? xr.entityTypeChoices.indexOf(xr.entityTypes) : 0;
+      for (let choice = from; ; ++choice) {
+        try {
+          const source = await ask(xr.entityTypeChoices[choice]);
+          if (!xr.entityTypes) {
+            xr.entityTypes = xr.entityTypeChoices[choice];
+            Module['orreryXrHitEntities'] = xr.entityTypes.join(',');
+            console.info('orrery: hit tests find ' + Module['orreryXrHitEntities']);
+          }
+          return source;
+        } catch (error) {
+          if (xr.entityTypes || choice + 1 >= xr.entityTypeChoices.length) throw error;
+        }
+      }
+    },
     hitMatrices: function (results) {
       // Feature points: where the ray meets the surface; the orientation is the app's to choose.
       return results.map((result) => {
@@ -75,7 +99,8 @@ mergeInto(LibraryManager.library, {
         xr.viewer = await session.requestReferenceSpace('viewer');
         if (session.requestHitTestSourceForTransientInput) {
           try {
-            xr.transientSource = await session.requestHitTestSourceForTransientInput({ profile: 'generic-touchscreen' });
+            xr.transientSource = await xr.withEntityTypes((entityTypes) =>
+              session.requestHitTestSourceForTransientInput({ profile: 'generic-touchscreen', entityTypes }));
           } catch (e) { xr.transientSource = null; }
         }
       } catch (error) {
@@ -84,6 +109,7 @@ mergeInto(LibraryManager.library, {
       }
       session.addEventListener('end', () => {
         xr.session = xr.local = xr.viewer = xr.layer = xr.transientSource = xr.lastTransient = null;
+        xr.entityTypes = null;
         xr.requests.clear();
         xr.anchors.clear();
         Module['_orrery_xr_ended']();
@@ -136,10 +162,11 @@ mergeInto(LibraryManager.library, {
     if (!xr.session) return;
     const request = { source: null, hits: null };
     xr.requests.set(id, request);
-    xr.session.requestHitTestSource({
+    xr.withEntityTypes((entityTypes) => xr.session.requestHitTestSource({
       space: xr.viewer,
       offsetRay: new XRRay({ x: 0, y: 0, z: 0, w: 1 }, { x, y, z, w: 0 }),
-    }).then((source) => {
+      entityTypes,
+    })).then((source) => {
       if (xr.requests.get(id) === request) request.source = source;
       else source.cancel();
     }, () => { request.hits = []; });

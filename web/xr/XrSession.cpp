@@ -16,8 +16,6 @@ int orrery_xr_views(float* out, int most);
 void orrery_xr_request_hits(int id, float x, float y, float z);
 int orrery_xr_take_hits(int id, float* out, int most);
 int orrery_xr_transient_hits(double age, float* out, int most);
-void orrery_xr_create_anchor(int id, float px, float py, float pz, float qx, float qy, float qz, float qw);
-int orrery_xr_anchor_pose(int id, float* out);
 }
 
 namespace orrery::web {
@@ -27,16 +25,9 @@ namespace {
 constexpr int kMostHits = 8;
 constexpr int kMostViews = 4;
 
-simd_float4x4 toSimd(const float* m) {
-    simd_float4x4 out;
-    for (std::size_t c = 0; c < 4; ++c)
-        for (std::size_t r = 0; r < 4; ++r) out.columns[c][r] = m[c * 4 + r];
-    return out;
-}
-
 std::vector<simd_float4x4> matrices(const float* values, int count) {
     std::vector<simd_float4x4> out;
-    for (int i = 0; i < count; ++i) out.push_back(toSimd(values + i * 16));
+    for (int i = 0; i < count; ++i) out.push_back(matrixFrom(values + i * 16));
     return out;
 }
 
@@ -66,56 +57,40 @@ double verticalFieldOfView(const Matrix& p) {
     return std::atan((1.0 + p9) / p5) + std::atan((1.0 - p9) / p5);
 }
 
-std::array<float, 4> rotationQuaternion(const simd_float4x4& m) {
-    const auto at = [&](std::size_t r, std::size_t c) { return static_cast<double>(m.columns[c][r]); };
-    const double trace = at(0, 0) + at(1, 1) + at(2, 2);
-    double x, y, z, w;
-    if (trace > 0) {
-        const double s = std::sqrt(trace + 1.0) * 2;
-        w = s / 4, x = (at(2, 1) - at(1, 2)) / s, y = (at(0, 2) - at(2, 0)) / s, z = (at(1, 0) - at(0, 1)) / s;
-    } else if (at(0, 0) > at(1, 1) && at(0, 0) > at(2, 2)) {
-        const double s = std::sqrt(1.0 + at(0, 0) - at(1, 1) - at(2, 2)) * 2;
-        w = (at(2, 1) - at(1, 2)) / s, x = s / 4, y = (at(0, 1) + at(1, 0)) / s, z = (at(0, 2) + at(2, 0)) / s;
-    } else if (at(1, 1) > at(2, 2)) {
-        const double s = std::sqrt(1.0 + at(1, 1) - at(0, 0) - at(2, 2)) * 2;
-        w = (at(0, 2) - at(2, 0)) / s, x = (at(0, 1) + at(1, 0)) / s, y = s / 4, z = (at(1, 2) + at(2, 1)) / s;
-    } else {
-        const double s = std::sqrt(1.0 + at(2, 2) - at(0, 0) - at(1, 1)) * 2;
-        w = (at(1, 0) - at(0, 1)) / s, x = (at(0, 2) + at(2, 0)) / s, y = (at(1, 2) + at(2, 1)) / s, z = s / 4;
-    }
-    const double n = std::sqrt(x * x + y * y + z * z + w * w);
-    return {static_cast<float>(x / n), static_cast<float>(y / n), static_cast<float>(z / n), static_cast<float>(w / n)};
-}
-
 bool xrRunning() { return orrery_xr_running() != 0; }
 void requestXrSession() { orrery_xr_request(); }
 void endXrSession() { orrery_xr_end(); }
 
 void XrSession::started() {
     waiting_.clear();
-    anchorsMirrored_ = simulator_.platform().view->arSession.anchors.size();  // earlier ones stay as they were
     lastCameraLine_.clear();
+    world_.reset();
+    simulator_.platform().view->world = &world_;  // anchors added before stay where they were
+}
+
+void XrSession::ended() {
+    waiting_.clear();
+    simulator_.platform().view->world = nullptr;
 }
 
 bool XrSession::touch(int eventType, const EmscriptenTouchEvent& event, double time) {
-    PendingTouch pending{eventType, event, time, -1};
+    PendingTouch pending{eventType, event, time, -1, {}};
     if (eventType == EMSCRIPTEN_EVENT_TOUCHEND) {
         for (int i = 0; i < event.numTouches; ++i) {
             const EmscriptenTouchPoint& t = event.touches[i];
             if (!t.isChanged) continue;
+            const CGPoint point =
+                layout_.screen.toPoints(static_cast<double>(t.clientX), static_cast<double>(t.clientY));
+            pending.point = point;
             float hits[kMostHits * 16];
             const int count = orrery_xr_transient_hits(kTouchHitAge, hits, kMostHits);
             if (count >= 0) {
-                prepare(matrices(hits, count));
-            } else {
-                const CGPoint point =
-                    layout_.screen.toPoints(static_cast<double>(t.clientX), static_cast<double>(t.clientY));
-                if (!projections_.empty()) {
-                    const auto ray =
-                        viewerRayThrough(point, simulator_.platform().view->camera.viewport, projections_.front());
-                    pending.request = nextRequest_++;
-                    orrery_xr_request_hits(pending.request, ray[0], ray[1], ray[2]);
-                }
+                world_.found(point, matrices(hits, count));
+            } else if (!projections_.empty()) {
+                const auto ray =
+                    viewerRayThrough(point, simulator_.platform().view->camera.viewport, projections_.front());
+                pending.request = nextRequest_++;
+                orrery_xr_request_hits(pending.request, ray[0], ray[1], ray[2]);
             }
             break;  // one finger's lift at a time is what the app hit-tests
         }
@@ -125,10 +100,6 @@ bool XrSession::touch(int eventType, const EmscriptenTouchEvent& event, double t
     return true;
 }
 
-void XrSession::prepare(const std::vector<simd_float4x4>& hits) {
-    simulator_.platform().view->prepareFeatureHits(hits);
-}
-
 void XrSession::deliverTouches() {
     while (!waiting_.empty()) {
         PendingTouch& next = waiting_.front();
@@ -136,7 +107,7 @@ void XrSession::deliverTouches() {
             float hits[kMostHits * 16];
             const int count = orrery_xr_take_hits(next.request, hits, kMostHits);
             if (count < 0 && ++next.framesWaited < kHitWaitFrames) return;
-            prepare(matrices(hits, std::max(0, count)));
+            world_.found(next.point, matrices(hits, std::max(0, count)));
         }
         input_.touch(next.type, next.event, next.time);
         waiting_.pop_front();
@@ -160,25 +131,6 @@ void XrSession::followViewer(const std::vector<Matrix>& projections) {
     if (!session_.run(line, &error)) std::cerr << "orrery: " << error << '\n';
 }
 
-void XrSession::mirrorAnchors() {
-    memory::MemoryARSCNView& view = *simulator_.platform().view;
-    const auto& anchors = view.arSession.anchors;
-    if (anchorsMirrored_ > anchors.size()) anchorsMirrored_ = anchors.size();  // the app removed them all
-    for (; anchorsMirrored_ < anchors.size(); ++anchorsMirrored_) {
-        const simd_float4x4& t = anchors[anchorsMirrored_]->transform();
-        const auto q = rotationQuaternion(t);
-        orrery_xr_create_anchor(static_cast<int>(anchorsMirrored_), t.columns[3][0], t.columns[3][1], t.columns[3][2],
-                                q[0], q[1], q[2], q[3]);
-    }
-    // The nodes of tracked anchors go where the session sees them now.
-    for (auto& [anchor, node] : view.anchorNodes) {
-        const auto at = std::find(anchors.begin(), anchors.end(), anchor);
-        if (at == anchors.end()) continue;
-        float pose[16];
-        if (orrery_xr_anchor_pose(static_cast<int>(at - anchors.begin()), pose) == 1) node->setTransformMatrix(toSimd(pose));
-    }
-}
-
 void XrSession::frame(double time, CGSize css, render::Renderer* renderer, const render::RenderOptions& options) {
     memory::MemoryARSCNView& view = *simulator_.platform().view;
     float values[kMostViews * 36];
@@ -192,8 +144,8 @@ void XrSession::frame(double time, CGSize css, render::Renderer* renderer, const
         std::copy_n(v + 16, 16, b.begin());
         views.push_back(a);
         projections.push_back(b);
-        viewports.push_back({static_cast<int>(v[32]), static_cast<int>(v[33]), static_cast<int>(v[34]),
-                             static_cast<int>(v[35])});
+        viewports.push_back(
+            {static_cast<int>(v[32]), static_cast<int>(v[33]), static_cast<int>(v[34]), static_cast<int>(v[35])});
     }
     // The app's screen is the page, one point a CSS pixel, showing what the first view shows.
     view.camera.viewport = css;
@@ -203,10 +155,11 @@ void XrSession::frame(double time, CGSize css, render::Renderer* renderer, const
     followViewer(projections);
     deliverTouches();
     session_.advanceTo(time);
-    mirrorAnchors();
+    world_.createAnchors();
     if (!renderer) return;
     const memory::SceneFrame scene = view.frame();
-    for (std::size_t i = 0; i < views.size(); ++i) renderer->drawView(scene, views[i], projections[i], viewports[i], options);
+    for (std::size_t i = 0; i < views.size(); ++i)
+        renderer->drawView(scene, views[i], projections[i], viewports[i], options);
 }
 
 }  // namespace orrery::web

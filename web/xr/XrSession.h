@@ -1,22 +1,22 @@
 #pragma once
 // The app in an immersive-ar WebXR session (web/xr/XrLibrary.js holds the browser's side): the
 // session's frames drive the app's clock and are drawn view by view over the live camera feed,
-// and the three AR operations of the in-memory view are answered by the session instead of the
-// simulated room and camera, through the entries the simulator itself uses:
+// and the in-memory view stands on the session instead of its simulated room and camera:
 // - the camera: the viewer's pose becomes a `camera` line (position, yaw, pitch), and the view's
 //   screen and field of view become the XR view's, so scene hit tests and the frame's camera
-//   angles follow the phone;
-// - feature-point hit tests: when a finger lifts, the session's hit test along the ray from the
-//   viewer through that point (or, where the browser offers it, the hit test of the touch itself)
-//   is what the view's next feature-point hit test answers (`prepareFeatureHits`); the finger's
-//   lift waits for it, at most kHitWaitFrames frames;
-// - anchors: the app's anchors reach its new-anchor entry on the next frame as before, and each
-//   becomes an anchor of the session (createAnchor), whose tracked pose its node then follows.
+//   angles follow the phone, and a recording of the session replays in the simulator;
+// - feature points and anchors: the view's world is an XrWorld. When a finger lifts, the
+//   session's hit test along the ray from the viewer through that point (or, where the browser
+//   offers it, the hit test of the touch itself) is what the world answers the app's hit test
+//   with; the finger's lift waits for it, at most kHitWaitFrames frames. The app's anchors reach
+//   its new-anchor entry on the next frame as before, become anchors of the session, and their
+//   nodes follow where the session tracks them.
 
 #include "platform/Types.h"
 #include "render/Renderer.h"
 #include "sim/Simulator.h"
 #include "web/page/PageInput.h"
+#include "web/xr/XrWorld.h"
 #include "window/LiveSession.h"
 
 #include <emscripten/html5.h>
@@ -45,9 +45,6 @@ std::array<float, 3> viewerRayThrough(CGPoint point, CGSize screen, const Matrix
 /// The vertical field of view of a projection, in radians.
 double verticalFieldOfView(const Matrix& projection);
 
-/// A rotation matrix's unit quaternion (x, y, z, w).
-std::array<float, 4> rotationQuaternion(const simd_float4x4& matrix);
-
 /// Whether the browser's XR layer is linked in and a session runs.
 bool xrRunning();
 /// Asks the browser for an immersive-ar session (call it while handling the user's press).
@@ -65,8 +62,10 @@ public:
     XrSession(sim::Simulator& simulator, window::LiveSession& session, PageInput& input)
         : simulator_(simulator), session_(session), input_(input) {}
 
-    /// The session began: the page's screen is the XR view's.
+    /// The session began: the view stands on it.
     void started();
+    /// The session ended: the view stands on its simulated room again.
+    void ended();
     /// A touch event of the page while the session runs; always taken.
     bool touch(int eventType, const EmscriptenTouchEvent& event, double time);
     /// One XR frame at `time` (the page's clock) on a page `css` pixels large: the camera, the
@@ -78,21 +77,20 @@ private:
         int type;
         EmscriptenTouchEvent event;
         double time;
-        int request;  ///< the hit test it waits for, or -1
+        int request;    ///< the hit test it waits for, or -1
+        CGPoint point;  ///< where the finger lifts, for a hit test
         int framesWaited = 0;
     };
     void followViewer(const std::vector<Matrix>& projections);
     void deliverTouches();
-    void mirrorAnchors();
-    void prepare(const std::vector<simd_float4x4>& hits);
 
     sim::Simulator& simulator_;
     window::LiveSession& session_;
     PageInput& input_;
     PageLayout layout_;
+    XrWorld world_;
     std::deque<PendingTouch> waiting_;
     int nextRequest_ = 0;
-    std::size_t anchorsMirrored_ = 0;
     std::string lastCameraLine_;
     std::vector<Matrix> projections_;  ///< of the latest frame's views
 };
