@@ -9,8 +9,12 @@ import { serve } from '../../web/serve.mjs';
 
 export const root = join(dirname(fileURLToPath(import.meta.url)), '../..');
 export const kScreen = { width: 390, height: 844 };  // the phone's screen in points
-const site = process.env.ORRERY_WEB_SITE ?? join(root, 'build-web/site');
+export const site = process.env.ORRERY_WEB_SITE ?? join(root, 'build-web/site');
 const chromiumArgs = ['--headless=new', '--no-sandbox', '--use-angle=swiftshader', '--enable-unsafe-swiftshader'];
+
+/// Debian's Chromium, headless, drawing WebGL 2 with SwiftShader.
+export const launchChromium = () =>
+  puppeteer.launch({ executablePath: process.env.CHROMIUM ?? '/usr/bin/chromium', args: chromiumArgs });
 
 /// The served site and a browser for the tests of one file, started before them and ended after.
 export function useBrowser() {
@@ -19,8 +23,7 @@ export function useBrowser() {
   before(async () => {
     server = await serve(site, 0);
     context.base = `http://127.0.0.1:${server.address().port}/`;
-    context.browser = await puppeteer.launch({ executablePath: process.env.CHROMIUM ?? '/usr/bin/chromium',
-                                               args: chromiumArgs });
+    context.browser = await launchChromium();
   });
   after(async () => {
     await context.browser?.close();
