@@ -65,6 +65,13 @@ function installPhone(fieldOfView, roomHitsSource) {
     ++window.offsetRayRequests;
     return requestHitTestSource.call(this, options);
   };
+  // Anchors the page asks the session for (recorded; iwer makes and tracks them).
+  window.sessionAnchors = [];
+  const createAnchor = XRFrame.prototype.createAnchor;
+  XRFrame.prototype.createAnchor = function (pose, space) {
+    window.sessionAnchors.push([pose.position.x, pose.position.y, pose.position.z]);
+    return createAnchor.call(this, pose, space);
+  };
 }
 
 /// A FAKE of the one WebXR call iwer lacks, hit tests of screen touches
@@ -191,6 +198,9 @@ test(`a tap on the floor in an AR session, found by ${way}, hangs a copy of the 
   const [expected] = roomHits(surfaces, [0, 0, 0], cameraRay(kYaw, kPitch, ...kFloorTap));
   assert.equal(expected[1], surfaces[0].height, 'the tap is meant for the floor');
   assert.ok(distance(anchor, expected) < 0.01, `anchor at ${anchor}, the room says ${expected}`);
+  const sessionAnchors = await page.evaluate(() => window.sessionAnchors);
+  assert.equal(sessionAnchors.length, 1, 'the session was asked for one anchor');
+  assert.ok(distance(sessionAnchors[0], expected) < 0.01, `the session's anchor at ${sessionAnchors[0]}`);
   // The copy: the selected body (the Earth) half a metre above the anchor's node, half size.
   const copies = [];
   walk(state.scene, (node, parent) => { if (node.name === 'Earth' && parent && parent !== state.scene && parent.name == null) copies.push({ node, parent }); });
