@@ -97,12 +97,15 @@ orrery_tests(orrery_render_tests SOURCES tests/render/*.cpp EXCEPT ${ORRERY_NOT_
 orrery_tests(orrery_sim_tests SOURCES tests/sim/*.cpp EXCEPT ${ORRERY_NOT_UNDER_NODE} LINK orrery_sim)
 orrery_tests(orrery_window_tests SOURCES tests/window/*.cpp EXCEPT ${ORRERY_NOT_UNDER_NODE} LINK orrery_window)
 orrery_tests(orrery_layout_tests SOURCES tests/layout/*.cpp)
+# The page's WebXR geometry (web/xr/XrMath.cpp needs no browser; the rest of web/xr/ is tested in
+# the page, tests/web/xr.test.mjs).
+orrery_tests(orrery_xr_tests SOURCES tests/web/xr/*.cpp web/xr/XrMath.cpp LINK orrery_scene)
 # The stack is emscripten's default (5 MB); the deepest test, a COLLADA model of nodes nested
 # 1000 and 1024 deep, needs between 768 and 896 KB of it, every other program less than 64 KB.
 # Checked on every call, so that a stack too small fails the test that overflows it instead of
 # overwriting static data in silence.
 foreach(name orrery_logic_tests orrery_app_tests orrery_numbers_tests orrery_geometry_tests orrery_text_tests
     orrery_scene_tests orrery_collada_tests orrery_memory_tests orrery_render_tests orrery_sim_tests
-    orrery_window_tests orrery_layout_tests)
+    orrery_window_tests orrery_layout_tests orrery_xr_tests)
   target_link_options(${name} PRIVATE ${ORRERY_NODE_LINK_OPTIONS} -sSTACK_OVERFLOW_CHECK=2)
 endforeach()

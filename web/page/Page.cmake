@@ -4,7 +4,7 @@
 set(ORRERY_WEB_ASSETS "${CMAKE_SOURCE_DIR}" CACHE PATH
   "The folder holding the art.scnassets the page ships (scripts/web-assets.sh writes one with web-suited textures)")
 
-add_executable(orrery web/page/PageMain.cpp web/page/PageInput.cpp web/xr/XrSession.cpp web/xr/XrWorld.cpp)
+add_executable(orrery web/page/PageMain.cpp web/page/PageInput.cpp web/xr/XrSession.cpp web/xr/XrWorld.cpp web/xr/XrMath.cpp)
 target_include_directories(orrery PRIVATE ${CMAKE_SOURCE_DIR})
 target_link_libraries(orrery PRIVATE orrery_window orrery_render orrery_sim PkgConfig::IMGUI)
 set(ORRERY_SITE ${CMAKE_BINARY_DIR}/site)

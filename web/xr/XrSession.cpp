@@ -3,7 +3,6 @@
 #include "window/InputMapping.h"
 
 #include <algorithm>
-#include <cmath>
 #include <iostream>
 
 extern "C" {
@@ -32,30 +31,6 @@ std::vector<simd_float4x4> matrices(const float* values, int count) {
 }
 
 }  // namespace
-
-CameraAngles cameraAngles(const Matrix& pose) {
-    // Forward is -z: the third column negated.
-    const double fx = -static_cast<double>(pose[8]), fy = -static_cast<double>(pose[9]),
-                 fz = -static_cast<double>(pose[10]);
-    const double horizontal = std::sqrt(fx * fx + fz * fz);
-    return {static_cast<float>(std::atan2(-fx, -fz)), static_cast<float>(std::atan2(fy, horizontal))};
-}
-
-std::array<float, 3> viewerRayThrough(CGPoint point, CGSize screen, const Matrix& p) {
-    // Normalised device coordinates of the point, y up.
-    const double nx = 2.0 * point.x / screen.width - 1.0, ny = 1.0 - 2.0 * point.y / screen.height;
-    // Eye space at depth z = -1 of a perspective projection: x_clip = p0 x + p8 z, w = -z.
-    const double x = (nx + static_cast<double>(p[8])) / static_cast<double>(p[0]);
-    const double y = (ny + static_cast<double>(p[9])) / static_cast<double>(p[5]);
-    const double length = std::sqrt(x * x + y * y + 1.0);
-    return {static_cast<float>(x / length), static_cast<float>(y / length), static_cast<float>(-1.0 / length)};
-}
-
-double verticalFieldOfView(const Matrix& p) {
-    // Both edges of a possibly off-centre frustum: tan(top) = (1 + p9) / p5, tan(bottom) = (1 - p9) / p5.
-    const double p5 = static_cast<double>(p[5]), p9 = static_cast<double>(p[9]);
-    return std::atan((1.0 + p9) / p5) + std::atan((1.0 - p9) / p5);
-}
 
 bool xrRunning() { return orrery_xr_running() != 0; }
 void requestXrSession() { orrery_xr_request(); }

@@ -16,6 +16,7 @@
 #include "render/Renderer.h"
 #include "sim/Simulator.h"
 #include "web/page/PageInput.h"
+#include "web/xr/XrMath.h"
 #include "web/xr/XrWorld.h"
 #include "window/LiveSession.h"
 
@@ -28,22 +29,6 @@
 #include <vector>
 
 namespace orrery::web {
-
-using Matrix = std::array<float, 16>;  ///< column-major: element (row r, column c) at [c * 4 + r]
-
-/// The simulated camera's angles for a pose: yaw about y (0 looks along -z, positive turns
-/// left) and pitch (positive tilts up) of the pose's forward axis, -z; roll is dropped.
-struct CameraAngles {
-    float yaw = 0, pitch = 0;
-};
-CameraAngles cameraAngles(const Matrix& pose);
-
-/// The direction, in the viewer's space, of the ray through `point` of a screen `screen` points
-/// large that a view with `projection` shows (the inverse of the projection at the far plane).
-std::array<float, 3> viewerRayThrough(CGPoint point, CGSize screen, const Matrix& projection);
-
-/// The vertical field of view of a projection, in radians.
-double verticalFieldOfView(const Matrix& projection);
 
 /// Whether the browser's XR layer is linked in and a session runs.
 bool xrRunning();

@@ -7,18 +7,12 @@
 #include "platform/Types.h"
 #include "platform/memory/ARWorld.h"
 
-#include <array>
 #include <memory>
 #include <optional>
 #include <utility>
 #include <vector>
 
 namespace orrery::web {
-
-/// A matrix of 16 floats, column-major (WebXR's layout).
-simd_float4x4 matrixFrom(const float* columnMajor);
-/// A rotation matrix's unit quaternion (x, y, z, w).
-std::array<float, 4> rotationQuaternion(const simd_float4x4& matrix);
 
 class XrWorld final : public memory::ARWorld {
 public:
