@@ -8,6 +8,8 @@ import { join } from 'node:path';
 import { kScreen, root, useBrowser } from './browser.mjs';
 
 const context = useBrowser();
+/// How far a picture may lie from its golden image: the native golden tests' own bounds.
+const kTolerance = JSON.parse(readFileSync(join(root, 'tests/render/golden/tolerance.json'), 'utf8'));
 
 /// A page at `viewport` CSS pixels, ready (first frame drawn), with its errors collected.
 async function openPage(viewport, query = '') {
@@ -134,10 +136,10 @@ test('two fingers landing one after the other and spreading apart pinch the Eart
   await page.close();
 });
 
-/// Mean absolute channel difference and share of pixels off by more than 48 in a channel, as
+/// Mean absolute channel difference and share of pixels off by more than the tolerance in a channel, as
 /// the native golden image test measures them.
 async function compare(page, actualPng, expectedPng) {
-  return page.evaluate(async (a, b) => {
+  return page.evaluate(async (a, b, channelOff) => {
     const pixels = async (base64) => {
       const bitmap = await createImageBitmap(new Blob([Uint8Array.from(atob(base64), (c) => c.charCodeAt(0))]));
       const canvas = new OffscreenCanvas(bitmap.width, bitmap.height);
@@ -155,10 +157,10 @@ async function compare(page, actualPng, expectedPng) {
         sum += d;
         worst = Math.max(worst, d);
       }
-      off += worst > 48;
+      off += worst > channelOff;
     }
     return { mean: sum / (x.data.length / 4 * 3), share: off / (x.data.length / 4) };
-  }, actualPng, expectedPng);
+  }, actualPng, expectedPng, kTolerance.channelOff);
 }
 
 test('the canvas shows the start scene as the native golden image does', async () => {
@@ -170,10 +172,11 @@ test('the canvas shows the start scene as the native golden image does', async (
   const shot = await page.screenshot({ encoding: 'base64', clip: { x: 0, y: 0, width, height } });
   const difference = await compare(page, shot, golden.toString('base64'));
   console.log(`canvas against the golden image: ${JSON.stringify(difference)}`);
-  assert.ok(difference.mean <= 2.0 && difference.share <= 0.01, JSON.stringify(difference));
+  const within = (d) => d.mean <= kTolerance.meanAbsolute && d.share <= kTolerance.differentShare;
+  assert.ok(within(difference), JSON.stringify(difference));
   // The measure tells scenes apart: the picture is far from the golden image of another view.
   const other = await compare(page, shot, readFileSync(join(root, 'tests/render/golden/buttons.png')).toString('base64'));
-  assert.ok(other.mean > 2.0 || other.share > 0.01, JSON.stringify(other));
+  assert.ok(!within(other), JSON.stringify(other));
   assert.deepEqual(errors, []);
   await page.close();
 });
