@@ -4,7 +4,7 @@
 // and the in-memory view stands on the session instead of its simulated room and camera:
 // - the camera: the viewer's pose becomes a `camera` line (position, yaw, pitch), and the view's
 //   screen and field of view become the XR view's, so scene hit tests and the frame's camera
-//   angles follow the phone, and a recording of the session replays in the simulator;
+//   angles follow the phone;
 // - feature points and anchors: the view's world is an XrWorld. When a finger lifts, the
 //   session's hit test along the ray from the viewer through that point (or, where the browser
 //   offers it, the hit test of the touch itself) is what the world answers the app's hit test
