@@ -96,6 +96,13 @@ std::vector<SCNHitTestResult> resultsOf(const std::vector<std::pair<double, Memo
     return results;
 }
 
+/// AR hit results at these world transforms, in their order.
+std::vector<ARHitTestResult> hitResultsAt(const std::vector<simd_float4x4>& transforms) {
+    std::vector<ARHitTestResult> results;
+    for (const auto& transform : transforms) results.push_back({transform});
+    return results;
+}
+
 Json pointJson(CGPoint p) { return Json::array({p.x, p.y}); }
 
 }  // namespace
@@ -151,16 +158,12 @@ std::vector<SCNHitTestResult> MemoryARSCNView::hitTestOptions(CGPoint point, con
 std::vector<ARHitTestResult> MemoryARSCNView::hitTestTypes(CGPoint point, std::uint64_t types) {
     if (log_) log_->record("hitTest:types:", std::nullopt, Json::array({pointJson(point), types}));
     if (preparedFeatureHits_) {
-        std::vector<ARHitTestResult> results;
-        for (const auto& transform : *preparedFeatureHits_) results.push_back({transform});
+        auto results = hitResultsAt(*preparedFeatureHits_);
         preparedFeatureHits_.reset();
         return results;
     }
     if (!(types & ARHitTestResultTypeFeaturePoint)) return {};
-    if (!world) return geometricFeatureHitTest(point);
-    std::vector<ARHitTestResult> results;
-    for (const auto& transform : world->featurePoints(point)) results.push_back({transform});
-    return results;
+    return world ? hitResultsAt(world->featurePoints(point)) : geometricFeatureHitTest(point);
 }
 
 void MemoryARSCNView::addGestureRecognizer(const std::shared_ptr<UIGestureRecognizer>& recognizer) {

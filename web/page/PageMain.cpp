@@ -50,8 +50,7 @@ struct Page {
     std::size_t urlsOpened = 0;
     int framesDrawn = 0, framesThisWindow = 0;
     double windowStart = 0, drawnFramesPerSecond = 0;
-    std::string
-        lastAnswer;  ///< what the last orrery_dump, orrery_locate or orrery_history returned, kept for the caller
+    std::string lastAnswer;  ///< what the last orrery_dump, orrery_locate or orrery_history returned, kept for the caller
 
     double clock() const { return emscripten_get_now() / 1000.0 - start; }
 };
@@ -61,18 +60,10 @@ Page* page = nullptr;
 // The page's script, called from here: what it does with a request to open an address, with the
 // first frame drawn, and with a browser that has no WebGL 2.
 EM_JS(void, openInNewTab, (const char* url), { window.open(UTF8ToString(url), '_blank', 'noopener'); });
-EM_JS(void, tellReady, (), {
-    if (Module.onOrreryReady) Module.onOrreryReady();
-});
-EM_JS(void, tellNoWebGL2, (), {
-    if (Module.onNoWebGL2) Module.onNoWebGL2();
-});
-EM_JS(void, tellXrStarted, (), {
-    if (Module.onOrreryXrStarted) Module.onOrreryXrStarted();
-});
-EM_JS(void, tellXrEnded, (), {
-    if (Module.onOrreryXrEnded) Module.onOrreryXrEnded();
-});
+EM_JS(void, tellReady, (), { if (Module.onOrreryReady) Module.onOrreryReady(); });
+EM_JS(void, tellNoWebGL2, (), { if (Module.onNoWebGL2) Module.onNoWebGL2(); });
+EM_JS(void, tellXrStarted, (), { if (Module.onOrreryXrStarted) Module.onOrreryXrStarted(); });
+EM_JS(void, tellXrEnded, (), { if (Module.onOrreryXrEnded) Module.onOrreryXrEnded(); });
 
 /// The browser opens what the app asks the system to open (the Help button's guide) in a new tab.
 void openRequestedURLs() {
@@ -128,8 +119,8 @@ EM_BOOL frame(double, void*) {
     emscripten_set_canvas_element_size(kCanvas, width, height);
 
     const CGSize points = page->simulator.platform().view->camera.viewport;
-    const web::PageLayout layout =
-        web::layoutPage(static_cast<int>(cssWidth), static_cast<int>(cssHeight), page->panelShown, points);
+    const web::PageLayout layout = web::layoutPage(static_cast<int>(cssWidth), static_cast<int>(cssHeight),
+                                              page->panelShown, points);
     page->input->setLayout(layout);
     page->input->flushMotion();
     if (!page->paused) {
@@ -144,10 +135,10 @@ EM_BOOL frame(double, void*) {
     const auto px = [&](int css) { return static_cast<int>(std::lround(css * dpr)); };
     const window::ScreenArea& area = layout.screen;
     if (page->renderer)
-        page->renderer->draw(
-            page->simulator.platform().view->frame(),
-            render::Viewport{px(area.x), height - px(area.y + area.height), px(area.width), px(area.height)},
-            page->options);
+        page->renderer->draw(page->simulator.platform().view->frame(),
+                             render::Viewport{px(area.x), height - px(area.y + area.height), px(area.width),
+                                              px(area.height)},
+                             page->options);
     glViewport(0, 0, width, height);
     drawPanel(static_cast<int>(cssWidth), static_cast<int>(cssHeight), dpr, layout);
 
@@ -209,9 +200,9 @@ EMSCRIPTEN_KEEPALIVE const char* orrery_room() {
     const auto& surfaces = page->simulator.platform().view->room.surfaces;
     for (std::size_t i = 0; i < surfaces.size(); ++i) {
         const memory::RoomSurface& s = surfaces[i];
-        json += std::string(i ? "," : "") + "{\"height\":" + formatFloat(s.height) +
-                ",\"minX\":" + formatFloat(s.minX) + ",\"maxX\":" + formatFloat(s.maxX) +
-                ",\"minZ\":" + formatFloat(s.minZ) + ",\"maxZ\":" + formatFloat(s.maxZ) + "}";
+        json += std::string(i ? "," : "") + "{\"height\":" + formatFloat(s.height) + ",\"minX\":" +
+                formatFloat(s.minX) + ",\"maxX\":" + formatFloat(s.maxX) + ",\"minZ\":" + formatFloat(s.minZ) +
+                ",\"maxZ\":" + formatFloat(s.maxZ) + "}";
     }
     page->lastAnswer = json + "]}";
     return page->lastAnswer.c_str();
