@@ -22,6 +22,10 @@ void Recording::flush() {
 
 LiveSession::LiveSession(sim::Simulator& simulator, Print print, Recording* recording)
     : simulator_(simulator), print_(std::move(print)), recording_(recording) {
+    takeCamera();
+}
+
+void LiveSession::takeCamera() {
     const auto& camera = simulator_.platform().view->camera;
     pose_ = applied_ = {camera.position.x, camera.position.y, camera.position.z, camera.yaw, camera.pitch};
 }
@@ -32,6 +36,8 @@ bool LiveSession::run(const std::string& line, std::string* error) {
         const auto* command = std::get_if<sim::Command>(&parsed);
         if (!command) return true;
         sim::Output out = simulator_.run(*command);
+        // A camera line from outside (a script, the page, an XR session) is where keys walk on from.
+        if (command->verb == sim::Verb::camera) takeCamera();
         if (out.kind == sim::Output::Kind::dump) print_(sim::jsonLine(out.state));
         if (out.kind == sim::Output::Kind::calls) print_(sim::callsLine(out.calls));
     } catch (const sim::ScenarioError& e) {

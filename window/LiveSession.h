@@ -81,6 +81,8 @@ public:
 
 private:
     void applyCamera();
+    /// The simulator's camera becomes the pose the keys and the mouse move.
+    void takeCamera();
     void runProduced();
     void stepCamera(double seconds);
 
