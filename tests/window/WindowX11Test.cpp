@@ -62,9 +62,10 @@ TEST(WindowX11, AClickInAResizedWindowLandsOnTheBodyDrawnThere) {
     const TempDir scratch;
     // 1000 x 600: the panel takes 400, the screen is letterboxed into 600 x 600 (277 x 600 at
     // x = 161). The Earth, drawn at the middle of the screen (195, 422 points), is at (299, 300);
-    // held there, it is long-pressed.
+    // held there, it is long-pressed. The window is given time to take the new size: a slow one
+    // (sanitizers, a loaded machine) otherwise gets the press before it has drawn at that size.
     const auto run =
-        underXvfb(scratch.path, kStartWindow + "xdotool windowsize --sync $win 1000 600\nsleep 0.5\n"
+        underXvfb(scratch.path, kStartWindow + "xdotool windowsize --sync $win 1000 600\nsleep 1.5\n"
                                                "xdotool mousemove --window $win 299 300 mousedown 1\nsleep 0.9\n"
                                                "xdotool mouseup 1\nsleep 0.3\nxdotool key Escape\nwait $sim\n");
     ASSERT_EQ(run.status, 0) << run.out << run.err << readFile(scratch.path / "err.txt");
